@@ -1,0 +1,206 @@
+#include "lumetra/context/LMContext.h"
+
+#include "lumetra/context/LMVertexAttribute.h"
+#include "lumetra/platform/LMLog.h"
+
+#include <array>
+#include <cstdint>
+
+namespace {
+
+const std::vector<uint32_t>& contextPixelFormatAttributes()
+{
+    static const std::vector<uint32_t> attributes = {
+        LMOpenGLPFAAccelerated,
+        LMOpenGLPFANoRecovery,
+        LMOpenGLPFAColorSize, 32,
+        LMOpenGLPFAOpenGLProfile, LMOpenGLProfileVersion3_2Core,
+        0,
+    };
+    return attributes;
+}
+
+const char* glString(GLenum name)
+{
+    const GLubyte* value = glGetString(name);
+    return value ? reinterpret_cast<const char*>(value) : "(null)";
+}
+
+} // namespace
+
+const char* LMContext::sharedVertexShaderSource()
+{
+    return "#version 150 \n"
+           "in vec2 in_Position; in vec2 in_TexCoord; noperspective out vec2 lm_location; "
+           "void main() {    lm_location = in_TexCoord;    "
+           "gl_Position = vec4(in_Position.x, in_Position.y, 0.0, 1.0); } ";
+}
+
+const char* LMContext::openGLQueueLabel()
+{
+    return "Lumetra OpenGL Queue";
+}
+
+std::shared_ptr<LMContext> LMContext::context()
+{
+    return contextWithDimensions({640, 480});
+}
+
+std::shared_ptr<LMContext> LMContext::contextWithDimensions(LMSize dimensions)
+{
+    return std::shared_ptr<LMContext>(new LMContext(dimensions));
+}
+
+LMContext::LMContext(LMSize dimensions)
+    : dimensions_(dimensions)
+    , glQueue_(std::make_unique<VarnelDispatch>(openGLQueueLabel()))
+{
+    openGLSetup();
+}
+
+LMContext::~LMContext()
+{
+    // GL objects are not deleted one by one: they end with the GL context.
+    // The queue's thread lets go of the GL context and its EGL state before
+    // it ends, so that the GL context can be destroyed right after.
+    glQueue_->dispatchSyncToQueue([] {
+        LMOpenGLContext::clearCurrentContext();
+        LMOpenGLContext::releaseThread();
+    });
+    glQueue_.reset();
+}
+
+void LMContext::openGLSetup()
+{
+    glQueue_->dispatchSyncToQueue([this] {
+        gl_ = std::make_shared<LMOpenGL>();
+        pixelFormat_ = LMOpenGLPixelFormat::pixelFormatWithAttributes(contextPixelFormatAttributes());
+        openGLContext_ = LMOpenGLContext::contextWithFormat(pixelFormat_, nullptr);
+        if (openGLContext_)
+            openGLContext_->makeCurrentContext();
+
+        if (!openGLContext_ || glGetError() != GL_NO_ERROR)
+            LMLog("Error creating the OpenGL context.");
+        // Without a GL context there is nothing to configure or report.
+        if (!openGLContext_)
+            return;
+
+        glDisable(GL_DITHER);
+        glDisable(GL_BLEND);
+        glDisable(GL_STENCIL_TEST);
+        glDisable(GL_DEPTH_TEST);
+        if (glGetError() != GL_NO_ERROR)
+            LMLog("Error configuring options for the OpenGL context");
+
+        gl_->setViewport({0, 0, static_cast<double>(LMFloorToGLint(dimensions_.width)),
+                          static_cast<double>(LMFloorToGLint(dimensions_.height))});
+        if (glGetError() != GL_NO_ERROR)
+            LMLog("Error setting the viewport for the OpenGL context");
+
+        glGetIntegerv(GL_MAX_TEXTURE_SIZE, &maxTextureSize_);
+        LMLog("LMContext: Maximum texture size: %i", maxTextureSize_);
+        LMLog("Lumetra context created with Renderer: %s, OpenGL Version: %s, GLSL Version: %s",
+              glString(GL_RENDERER), glString(GL_VERSION), glString(GL_SHADING_LANGUAGE_VERSION));
+    });
+}
+
+void LMContext::setupSharedObjects()
+{
+    if (sharedSetupComplete_)
+        return;
+
+    executeOpenGL([this] {
+        sharedVAO_ = std::make_shared<LMVertexArray>();
+        gl_->bindVertexArray(sharedVAO_);
+        if (glGetError() != GL_NO_ERROR)
+            LMLog("LMContext: Error creating shared VAO");
+
+        sharedVBO_ = std::make_shared<LMVertexBuffer>();
+        updateSharedVBOSize();
+        if (glGetError() != GL_NO_ERROR)
+            LMLog("LMContext: Error creating shared VBO");
+
+        sharedVertexShader_ = glCreateShader(GL_VERTEX_SHADER);
+        const char* source = sharedVertexShaderSource();
+        glShaderSource(sharedVertexShader_, 1, &source, nullptr);
+        glCompileShader(sharedVertexShader_);
+        GLint status = GL_FALSE;
+        glGetShaderiv(sharedVertexShader_, GL_COMPILE_STATUS, &status);
+        if (status != GL_TRUE) {
+            char infoLog[512] = {};
+            glGetShaderInfoLog(sharedVertexShader_, sizeof(infoLog), nullptr, infoLog);
+            LMLog("LMContext: Shared Vertex Shader failed to compile: %s", infoLog);
+        }
+
+        // Recorded in the shared VAO, still bound, against the shared VBO,
+        // still bound to GL_ARRAY_BUFFER.
+        constexpr GLsizei stride = 4 * sizeof(float);
+        glEnableVertexAttribArray(LM_ATTRIBUTE_INDEX_POSITION);
+        glVertexAttribPointer(LM_ATTRIBUTE_INDEX_POSITION, 2, GL_FLOAT, GL_FALSE, stride, nullptr);
+        glEnableVertexAttribArray(LM_ATTRIBUTE_INDEX_TEXTURE_COORDS);
+        glVertexAttribPointer(LM_ATTRIBUTE_INDEX_TEXTURE_COORDS, 2, GL_FLOAT, GL_TRUE, stride,
+                              reinterpret_cast<const void*>(2 * sizeof(float)));
+    });
+    sharedSetupComplete_ = true;
+}
+
+void LMContext::updateSharedVBOSize()
+{
+    if (!sharedVBO_)
+        return;
+    // Texture coordinates are in pixels and follow the dimensions unfloored.
+    const float width = static_cast<float>(dimensions_.width);
+    const float height = static_cast<float>(dimensions_.height);
+    const std::array<float, 16> quad = {
+        -1, -1, 0,     0,
+        1,  -1, width, 0,
+        -1, 1,  0,     height,
+        1,  1,  width, height,
+    };
+    gl_->bindVertexBuffer(sharedVBO_);
+    sharedVBO_->setData(quad.data(), static_cast<GLsizei>(sizeof(quad)));
+}
+
+void LMContext::setDimensions(LMSize dimensions)
+{
+    dimensions_ = dimensions;
+    executeOpenGL([this] { updateSharedVBOSize(); });
+}
+
+void LMContext::bindToSharedVAO()
+{
+    setupSharedObjects();
+    if (!openGLContext_)
+        return;
+    glQueue_->dispatchSyncToQueue([this] { gl_->bindVertexArray(sharedVAO_); });
+}
+
+void LMContext::makeCurrentContextInternal()
+{
+    if (openGLContext_ && !openGLContext_->isCurrent())
+        openGLContext_->makeCurrentContext();
+}
+
+void LMContext::makeCurrentContext()
+{
+    if (!openGLContext_)
+        return;
+    glQueue_->dispatchSyncToQueue([this] { makeCurrentContextInternal(); });
+}
+
+void LMContext::executeOpenGL(LMBlockRef block)
+{
+    if (!openGLContext_)
+        return;
+    glQueue_->dispatchSyncToQueue([this, &block] {
+        makeCurrentContextInternal();
+        block();
+    });
+}
+
+void LMContext::executeOpenGLNoContextSwitch(LMBlockRef block)
+{
+    if (!openGLContext_)
+        return;
+    glQueue_->dispatchSyncToQueue(block);
+}

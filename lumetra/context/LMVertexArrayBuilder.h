@@ -1,0 +1,23 @@
+#pragma once
+
+#include "lumetra/context/LMVertexArray.h"
+#include "lumetra/context/LMVertexAttribute.h"
+
+#include <memory>
+#include <vector>
+
+// Lays out interleaved single-precision attributes, in the order they were
+// added, into a new vertex array. For hosts that draw geometry of their own.
+class LMVertexArrayBuilder {
+public:
+    void addVertexAttribute(std::shared_ptr<LMVertexAttribute> attribute);
+    const std::vector<std::shared_ptr<LMVertexAttribute>>& vertexAttributes() const { return vertexAttributes_; }
+
+    // Creates and binds a vertex array whose pointers refer to the buffer bound
+    // to GL_ARRAY_BUFFER now: bind and fill the vertex buffer first. The array
+    // is left bound.
+    std::shared_ptr<LMVertexArray> build() const;
+
+private:
+    std::vector<std::shared_ptr<LMVertexAttribute>> vertexAttributes_;
+};

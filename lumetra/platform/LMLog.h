@@ -1,0 +1,12 @@
+#pragma once
+
+#include <functional>
+#include <string>
+
+// Writes one printf-style message as one line to the current log sink
+// (standard error unless a sink is installed). Safe from any thread.
+void LMLog(const char* format, ...) __attribute__((format(printf, 1, 2)));
+
+// Installs the function that receives every log line, without its newline.
+// An empty function restores the default sink, standard error.
+void LMSetLogSink(std::function<void(const std::string&)> sink);

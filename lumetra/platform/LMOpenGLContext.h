@@ -1,0 +1,51 @@
+#pragma once
+
+#include "lumetra/platform/LMOpenGLPixelFormat.h"
+
+#include <memory>
+#include <mutex>
+
+// A GL context on the process's EGL display, made from a pixel format and
+// optionally sharing objects with another context. Off-screen contexts are
+// surfaceless; a view attaches a window surface of its own.
+class LMOpenGLContext : public std::enable_shared_from_this<LMOpenGLContext> {
+public:
+    // Null, with a log line saying why, when the context cannot be created.
+    static std::shared_ptr<LMOpenGLContext> contextWithFormat(std::shared_ptr<LMOpenGLPixelFormat> format,
+                                                              std::shared_ptr<LMOpenGLContext> shareContext);
+    ~LMOpenGLContext();
+
+    LMOpenGLContext(const LMOpenGLContext&) = delete;
+    LMOpenGLContext& operator=(const LMOpenGLContext&) = delete;
+
+    // Makes this context current on the calling thread.
+    void makeCurrentContext();
+    // Whether the platform's current GL context of the calling thread is this one.
+    bool isCurrent() const;
+
+    // The context last made current on the calling thread through this class,
+    // if it is still current there.
+    static std::shared_ptr<LMOpenGLContext> currentContext();
+    static void clearCurrentContext();
+    // Frees the EGL state the calling thread holds; for threads about to end.
+    static void releaseThread();
+
+    // The context's lock, for the code that draws with it outside a queue.
+    void lock() { mutex_.lock(); }
+    void unlock() { mutex_.unlock(); }
+
+    std::shared_ptr<LMOpenGLPixelFormat> pixelFormat() const { return pixelFormat_; }
+    void* eglContext() const { return context_; }
+    void* eglDisplay() const { return display_; }
+
+private:
+    LMOpenGLContext() = default;
+    bool rendersInSoftware();
+
+    std::shared_ptr<LMOpenGLPixelFormat> pixelFormat_;
+    void* display_ = nullptr;
+    void* context_ = nullptr;
+    // Only for displays that cannot make a context current without a surface.
+    void* fallbackSurface_ = nullptr;
+    std::recursive_mutex mutex_;
+};

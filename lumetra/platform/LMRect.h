@@ -1,0 +1,12 @@
+#pragma once
+
+// A rectangle in pixels: x and y of its lower-left corner, then its width
+// and height. Compared exactly, field by field.
+struct LMRect {
+    double x = 0.0;
+    double y = 0.0;
+    double width = 0.0;
+    double height = 0.0;
+
+    friend bool operator==(const LMRect&, const LMRect&) = default;
+};
