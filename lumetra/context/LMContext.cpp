@@ -1,6 +1,5 @@
 #include "lumetra/context/LMContext.h"
 
-#include "lumetra/context/LMVertexAttribute.h"
 #include "lumetra/platform/LMLog.h"
 
 #include <array>

@@ -2,6 +2,7 @@
 
 #include "lumetra/context/LMOpenGL.h"
 #include "lumetra/context/LMVertexArray.h"
+#include "lumetra/context/LMVertexAttribute.h"
 #include "lumetra/context/LMVertexBuffer.h"
 #include "lumetra/platform/LMBlockRef.h"
 #include "lumetra/platform/LMGL.h"

@@ -143,7 +143,10 @@ void VarnelDispatch::dispatchSyncToQueue(LMBlockRef block)
         return;
     }
 
-    Channel& channel = *channel_;
+    // Held for the whole hand-over: a block may let go of the last owner of
+    // this queue, and the submitter must still be able to collect its result.
+    const std::shared_ptr<Channel> keepAlive = channel_;
+    Channel& channel = *keepAlive;
     std::lock_guard<std::mutex> lock(channel.submitMutex);
     channel.pendingBlock = &block;
     const uint32_t request = channel.requestSequence.load(std::memory_order_relaxed) + 1;

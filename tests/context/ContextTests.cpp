@@ -1,0 +1,279 @@
+#include "support/LogCapture.h"
+#include "support/ProcessStats.h"
+
+#include <lumetra/context/LMContext.h>
+#include <lumetra/platform/LMEGLDisplay.h>
+
+#include <gtest/gtest.h>
+
+#include <EGL/egl.h>
+
+#include <array>
+#include <atomic>
+#include <cstring>
+#include <thread>
+
+namespace {
+
+std::array<float, 16> readSharedQuad(LMContext& context)
+{
+    std::array<float, 16> quad{};
+    context.executeOpenGL([&] {
+        context.sharedVBO()->bind();
+        glGetBufferSubData(GL_ARRAY_BUFFER, 0, sizeof(quad), quad.data());
+    });
+    return quad;
+}
+
+std::array<float, 16> expectedQuad(float width, float height)
+{
+    return {-1, -1, 0, 0, 1, -1, width, 0, -1, 1, 0, height, 1, 1, width, height};
+}
+
+std::string glString(GLenum name)
+{
+    return reinterpret_cast<const char*>(glGetString(name));
+}
+
+} // namespace
+
+TEST(LMContext, LogsTheSetUpLinesAndNothingElse)
+{
+    LogCapture capture;
+    auto context = LMContext::contextWithDimensions({1280, 720});
+    ASSERT_NE(context->openGLContext(), nullptr);
+
+    GLint maxTextureSize = 0;
+    std::string renderer, version, glsl;
+    context->executeOpenGL([&] {
+        glGetIntegerv(GL_MAX_TEXTURE_SIZE, &maxTextureSize);
+        renderer = glString(GL_RENDERER);
+        version = glString(GL_VERSION);
+        glsl = glString(GL_SHADING_LANGUAGE_VERSION);
+    });
+    EXPECT_EQ(context->maxTextureSize(), maxTextureSize);
+    EXPECT_GT(maxTextureSize, 0);
+    EXPECT_EQ(capture.lines(),
+              (std::vector<std::string>{
+                  "LMContext: Maximum texture size: " + std::to_string(maxTextureSize),
+                  "Lumetra context created with Renderer: " + renderer + ", OpenGL Version: " + version +
+                      ", GLSL Version: " + glsl,
+              }));
+}
+
+TEST(LMContext, IsAConfiguredCoreProfileContextOfTheGivenSize)
+{
+    auto defaultContext = LMContext::context();
+    EXPECT_EQ(defaultContext->dimensions(), (LMSize{640, 480}));
+    EXPECT_FALSE(defaultContext->cachingEnabled());
+    EXPECT_FALSE(defaultContext->sharedSetupComplete());
+    EXPECT_EQ(defaultContext->sharedVAO(), nullptr);
+    EXPECT_EQ(defaultContext->sharedVertexShader(), 0u);
+    EXPECT_EQ(defaultContext->openGLPixelFormat(), defaultContext->pixelFormat());
+    EXPECT_FALSE(LMEGLDisplay::setPreferredPlatform(LMEGLPlatform::Surfaceless))
+        << "the display is chosen once, before the first context";
+
+    auto context = LMContext::contextWithDimensions({100.5, 40.7});
+    GLint viewport[4] = {}, profile = 0, major = 0, minor = 0;
+    GLboolean dither = GL_TRUE, blend = GL_TRUE, stencil = GL_TRUE, depth = GL_TRUE;
+    context->executeOpenGL([&] {
+        glGetIntegerv(GL_VIEWPORT, viewport);
+        glGetIntegerv(GL_CONTEXT_PROFILE_MASK, &profile);
+        glGetIntegerv(GL_MAJOR_VERSION, &major);
+        glGetIntegerv(GL_MINOR_VERSION, &minor);
+        dither = glIsEnabled(GL_DITHER);
+        blend = glIsEnabled(GL_BLEND);
+        stencil = glIsEnabled(GL_STENCIL_TEST);
+        depth = glIsEnabled(GL_DEPTH_TEST);
+    });
+    EXPECT_EQ((std::array<GLint, 4>{viewport[0], viewport[1], viewport[2], viewport[3]}),
+              (std::array<GLint, 4>{0, 0, 100, 40}))
+        << "the viewport takes the floor of the dimensions";
+    EXPECT_EQ(context->gl()->currentViewport(), (LMRect{0, 0, 100, 40}));
+    EXPECT_TRUE(profile & GL_CONTEXT_CORE_PROFILE_BIT);
+    EXPECT_GE(major * 10 + minor, 32);
+    EXPECT_EQ(dither, GL_FALSE);
+    EXPECT_EQ(blend, GL_FALSE);
+    EXPECT_EQ(stencil, GL_FALSE);
+    EXPECT_EQ(depth, GL_FALSE);
+}
+
+TEST(LMContext, SharedQuadFollowsTheUnflooredDimensions)
+{
+    auto context = LMContext::contextWithDimensions({64, 64});
+    context->setDimensions({100.5, 40});
+    EXPECT_EQ(context->sharedVBO(), nullptr) << "no shared buffer exists before the first shared set-up";
+
+    LogCapture capture;
+    context->bindToSharedVAO();
+    EXPECT_TRUE(context->sharedSetupComplete());
+    EXPECT_TRUE(capture.lines().empty()) << "a clean set-up logs nothing";
+    EXPECT_EQ(readSharedQuad(*context), expectedQuad(100.5f, 40.f));
+
+    context->setDimensions({300.25, 7.75});
+    EXPECT_EQ(context->dimensions(), (LMSize{300.25, 7.75}));
+    EXPECT_EQ(readSharedQuad(*context), expectedQuad(300.25f, 7.75f));
+
+    auto vao = context->sharedVAO();
+    context->bindToSharedVAO();
+    EXPECT_EQ(context->sharedVAO(), vao) << "the shared objects are made once";
+}
+
+TEST(LMContext, SharedVertexArrayRecordsTheQuadLayout)
+{
+    auto context = LMContext::contextWithDimensions({32, 16});
+    context->bindToSharedVAO();
+
+    struct Attribute {
+        GLint enabled, size, type, normalized, stride, buffer;
+        void* pointer;
+    };
+    Attribute attributes[2] = {};
+    GLint boundArray = 0;
+    context->executeOpenGL([&] {
+        glGetIntegerv(GL_VERTEX_ARRAY_BINDING, &boundArray);
+        for (GLuint index = 0; index < 2; ++index) {
+            Attribute& a = attributes[index];
+            glGetVertexAttribiv(index, GL_VERTEX_ATTRIB_ARRAY_ENABLED, &a.enabled);
+            glGetVertexAttribiv(index, GL_VERTEX_ATTRIB_ARRAY_SIZE, &a.size);
+            glGetVertexAttribiv(index, GL_VERTEX_ATTRIB_ARRAY_TYPE, &a.type);
+            glGetVertexAttribiv(index, GL_VERTEX_ATTRIB_ARRAY_NORMALIZED, &a.normalized);
+            glGetVertexAttribiv(index, GL_VERTEX_ATTRIB_ARRAY_STRIDE, &a.stride);
+            glGetVertexAttribiv(index, GL_VERTEX_ATTRIB_ARRAY_BUFFER_BINDING, &a.buffer);
+            glGetVertexAttribPointerv(index, GL_VERTEX_ATTRIB_ARRAY_POINTER, &a.pointer);
+        }
+    });
+    EXPECT_EQ(static_cast<GLuint>(boundArray), context->sharedVAO()->number());
+    const GLint vbo = static_cast<GLint>(context->sharedVBO()->number());
+    const Attribute& position = attributes[LM_ATTRIBUTE_INDEX_POSITION];
+    const Attribute& texCoord = attributes[LM_ATTRIBUTE_INDEX_TEXTURE_COORDS];
+    EXPECT_EQ(position.enabled, GL_TRUE);
+    EXPECT_EQ(position.size, 2);
+    EXPECT_EQ(position.type, GL_FLOAT);
+    EXPECT_EQ(position.normalized, GL_FALSE);
+    EXPECT_EQ(position.stride, 16);
+    EXPECT_EQ(position.pointer, reinterpret_cast<void*>(0));
+    EXPECT_EQ(position.buffer, vbo);
+    EXPECT_EQ(texCoord.enabled, GL_TRUE);
+    EXPECT_EQ(texCoord.size, 2);
+    EXPECT_EQ(texCoord.type, GL_FLOAT);
+    EXPECT_EQ(texCoord.normalized, GL_TRUE);
+    EXPECT_EQ(texCoord.stride, 16);
+    EXPECT_EQ(texCoord.pointer, reinterpret_cast<void*>(8));
+    EXPECT_EQ(texCoord.buffer, vbo);
+}
+
+TEST(LMContext, SharedVertexShaderIsCompiledFromTheSharedSource)
+{
+    auto context = LMContext::contextWithDimensions({8, 8});
+    context->bindToSharedVAO();
+    ASSERT_NE(context->sharedVertexShader(), 0u);
+
+    GLint type = 0, status = 0;
+    char source[1024] = {};
+    context->executeOpenGL([&] {
+        glGetShaderiv(context->sharedVertexShader(), GL_SHADER_TYPE, &type);
+        glGetShaderiv(context->sharedVertexShader(), GL_COMPILE_STATUS, &status);
+        glGetShaderSource(context->sharedVertexShader(), sizeof(source), nullptr, source);
+    });
+    EXPECT_EQ(type, GL_VERTEX_SHADER);
+    EXPECT_EQ(status, GL_TRUE);
+    EXPECT_STREQ(source,
+                 "#version 150 \nin vec2 in_Position; in vec2 in_TexCoord; noperspective out vec2 lm_location; "
+                 "void main() {    lm_location = in_TexCoord;    gl_Position = vec4(in_Position.x, in_Position.y, "
+                 "0.0, 1.0); } ");
+}
+
+TEST(LMContext, BlocksRunOnTheGLThreadWithTheContextCurrent)
+{
+    auto context = LMContext::contextWithDimensions({16, 16});
+    void* const glContext = context->openGLContext()->eglContext();
+
+    std::thread::id glThread;
+    void* currentInBlock = nullptr;
+    context->executeOpenGL([&] {
+        glThread = std::this_thread::get_id();
+        currentInBlock = eglGetCurrentContext();
+    });
+    EXPECT_NE(glThread, std::this_thread::get_id());
+    EXPECT_EQ(currentInBlock, glContext);
+
+    // A block that lets go of the GL context: executeOpenGL makes it current
+    // again, the no-switch variant leaves it as it is until makeCurrentContext.
+    context->executeOpenGLNoContextSwitch([] { LMOpenGLContext::clearCurrentContext(); });
+    context->executeOpenGLNoContextSwitch([&] { currentInBlock = eglGetCurrentContext(); });
+    EXPECT_EQ(currentInBlock, EGL_NO_CONTEXT);
+    context->makeCurrentContext();
+    context->executeOpenGLNoContextSwitch([&] {
+        currentInBlock = eglGetCurrentContext();
+        EXPECT_EQ(LMOpenGLContext::currentContext(), context->openGLContext());
+    });
+    EXPECT_EQ(currentInBlock, glContext);
+
+    context->executeOpenGLNoContextSwitch([] { LMOpenGLContext::clearCurrentContext(); });
+    context->executeOpenGL([&] { currentInBlock = eglGetCurrentContext(); });
+    EXPECT_EQ(currentInBlock, glContext);
+}
+
+TEST(LMContext, NestedSubmissionsRunAtOnce)
+{
+    auto context = LMContext::contextWithDimensions({16, 16});
+    std::vector<int> order;
+    context->executeOpenGL([&] {
+        order.push_back(1);
+        context->executeOpenGLNoContextSwitch([&] {
+            order.push_back(2);
+            context->bindToSharedVAO();
+            context->executeOpenGL([&] { order.push_back(3); });
+        });
+        order.push_back(4);
+    });
+    EXPECT_EQ(order, (std::vector<int>{1, 2, 3, 4}));
+    EXPECT_TRUE(context->sharedSetupComplete());
+}
+
+TEST(LMContext, BlocksFromTwoHostThreadsNeverOverlap)
+{
+    auto context = LMContext::contextWithDimensions({16, 16});
+    std::atomic<int> inside{0}, overlaps{0};
+    std::atomic<int> wrongContext{0};
+    void* const glContext = context->openGLContext()->eglContext();
+
+    auto submit = [&] {
+        for (int i = 0; i < 1000; ++i) {
+            context->executeOpenGL([&] {
+                if (inside.fetch_add(1) != 0)
+                    overlaps.fetch_add(1);
+                if (eglGetCurrentContext() != glContext)
+                    wrongContext.fetch_add(1);
+                GLint viewport[4];
+                glGetIntegerv(GL_VIEWPORT, viewport);
+                inside.fetch_sub(1);
+            });
+        }
+    };
+    std::thread first(submit), second(submit);
+    first.join();
+    second.join();
+    EXPECT_EQ(overlaps.load(), 0);
+    EXPECT_EQ(wrongContext.load(), 0);
+}
+
+TEST(LMContext, ManyContextsLeaveNoThreadsOrMemoryBehind)
+{
+    auto cycle = [] {
+        auto context = LMContext::contextWithDimensions({256, 256});
+        context->bindToSharedVAO();
+        context->setDimensions({128, 64});
+    };
+    LogCapture quiet;
+    for (int i = 0; i < 5; ++i)
+        cycle();
+    const int threads = threadCount();
+    const long memory = residentKilobytes();
+    for (int i = 0; i < 40; ++i)
+        cycle();
+    EXPECT_EQ(threadCount(), threads);
+    // A leaked context with its GL state costs megabytes; allow allocator noise.
+    EXPECT_LT(residentKilobytes() - memory, 4 * 1024);
+}
