@@ -17,7 +17,13 @@
 
 #include "lumetra/context/LMBuffer.h"
 #include "lumetra/context/LMContext.h"
+#include "lumetra/context/LMObjectPool.h"
 #include "lumetra/context/LMOpenGL.h"
+#include "lumetra/context/LMPooledNumber.h"
+#include "lumetra/context/LMPooledObject.h"
+#include "lumetra/context/LMProgram.h"
+#include "lumetra/context/LMRenderTarget.h"
+#include "lumetra/context/LMRenderTargetPool.h"
 #include "lumetra/context/LMVertexArray.h"
 #include "lumetra/context/LMVertexArrayBuilder.h"
 #include "lumetra/context/LMVertexAttribute.h"

@@ -47,7 +47,9 @@ std::shared_ptr<LMContext> LMContext::context()
 
 std::shared_ptr<LMContext> LMContext::contextWithDimensions(LMSize dimensions)
 {
-    return std::shared_ptr<LMContext>(new LMContext(dimensions));
+    std::shared_ptr<LMContext> context(new LMContext(dimensions));
+    context->createResources();
+    return context;
 }
 
 LMContext::LMContext(LMSize dimensions)
@@ -57,11 +59,21 @@ LMContext::LMContext(LMSize dimensions)
     openGLSetup();
 }
 
+void LMContext::createResources()
+{
+    renderTargetPool_ = std::make_shared<LMRenderTargetPool>(weak_from_this());
+    programCache_.clear();
+}
+
 LMContext::~LMContext()
 {
     // GL objects are not deleted one by one: they end with the GL context.
     // The queue's thread lets go of the GL context and its EGL state before
     // it ends, so that the GL context can be destroyed right after.
+    // The pool goes first: our weak references are already empty, so it only
+    // drops its bookkeeping.
+    programCache_.clear();
+    renderTargetPool_.reset();
     glQueue_->dispatchSyncToQueue([] {
         LMOpenGLContext::clearCurrentContext();
         LMOpenGLContext::releaseThread();
@@ -164,6 +176,7 @@ void LMContext::setDimensions(LMSize dimensions)
 {
     dimensions_ = dimensions;
     executeOpenGL([this] { updateSharedVBOSize(); });
+    flushUnusedTargets();
 }
 
 void LMContext::bindToSharedVAO()
@@ -202,4 +215,61 @@ void LMContext::executeOpenGLNoContextSwitch(LMBlockRef block)
     if (!openGLContext_)
         return;
     glQueue_->dispatchSyncToQueue(block);
+}
+
+std::shared_ptr<LMRenderTarget> LMContext::requestRenderTargetWithDimensions(LMSize dimensions)
+{
+    const uint64_t targetId = renderTargetPool_->requestRenderTargetWithDimensions(dimensions);
+    return targetId == LMNotFound ? nullptr : renderTargetPool_->renderTargetWithId(targetId);
+}
+
+void LMContext::bindToRenderTarget(const std::shared_ptr<LMRenderTarget>& target)
+{
+    if (!target || !openGLContext_)
+        return;
+    glQueue_->dispatchSyncToQueue([this, &target] {
+        makeCurrentContextInternal();
+        const LMSize size = target->dimensions();
+        gl_->setViewport(
+            {0, 0, static_cast<double>(LMFloorToGLint(size.width)), static_cast<double>(LMFloorToGLint(size.height))});
+        glBindFramebuffer(GL_FRAMEBUFFER, target->framebuffer());
+    });
+}
+
+void LMContext::releaseRenderTarget(const std::shared_ptr<LMRenderTarget>& target)
+{
+    if (target)
+        renderTargetPool_->releaseObjectWithId(target->identifier());
+}
+
+void LMContext::flushUnusedTargets()
+{
+    renderTargetPool_->flushUnusedObjects();
+}
+
+bool LMContext::hasProgramWithName(std::string_view name) const
+{
+    return programCache_.find(name) != programCache_.end();
+}
+
+std::shared_ptr<LMProgram> LMContext::getProgramWithName(std::string_view name) const
+{
+    auto program = programCache_.find(name);
+    return program == programCache_.end() ? nullptr : program->second;
+}
+
+std::shared_ptr<LMProgram> LMContext::createProgramWithName(const std::string& name, const char* fragmentShaderSource)
+{
+    if (auto cached = getProgramWithName(name))
+        return cached;
+    if (!openGLContext_)
+        return nullptr;
+
+    makeCurrentContext();
+    bindToSharedVAO();
+    std::shared_ptr<LMProgram> program;
+    glQueue_->dispatchSyncToQueue(
+        [&] { program = std::make_shared<LMProgram>(name, sharedVertexShader_, fragmentShaderSource); });
+    programCache_.emplace(name, program);
+    return program;
 }

@@ -1,6 +1,9 @@
 #pragma once
 
 #include "lumetra/context/LMOpenGL.h"
+#include "lumetra/context/LMProgram.h"
+#include "lumetra/context/LMRenderTarget.h"
+#include "lumetra/context/LMRenderTargetPool.h"
 #include "lumetra/context/LMVertexArray.h"
 #include "lumetra/context/LMVertexAttribute.h"
 #include "lumetra/context/LMVertexBuffer.h"
@@ -12,12 +15,17 @@
 #include "lumetra/platform/VarnelDispatch.h"
 
 #include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_map>
 
 // The root object of a drawing graph. A context owns an off-screen OpenGL 3.2
 // core context and the serial GL queue that every GL call for it runs on,
-// the state cache of that GL context, and the geometry shared by every
-// program: a full-viewport quad whose texture coordinates are the context's
-// dimensions in pixels, and the vertex shader that passes them on.
+// the state cache of that GL context, a pool of render targets leased by
+// exact size, a cache of shader programs by name (compiled once, kept for the
+// context's life), and the geometry shared by every program: a full-viewport
+// quad whose texture coordinates are the context's dimensions in pixels, and
+// the vertex shader that passes them on.
 //
 // Blocks are handed to the queue one at a time and the caller waits for each.
 // A draw is a run of blocks that rely on the bindings the previous one left,
@@ -36,8 +44,8 @@ public:
     LMContext& operator=(const LMContext&) = delete;
 
     // The default size of images drawn with this context. Setting it uploads
-    // the shared quad for the new size; the viewport follows the next target
-    // that is bound.
+    // the shared quad for the new size and deletes every unused render target;
+    // the viewport follows the next target that is bound.
     LMSize dimensions() const { return dimensions_; }
     void setDimensions(LMSize dimensions);
 
@@ -55,6 +63,31 @@ public:
     void executeOpenGLNoContextSwitch(LMBlockRef block);
     // Creates the shared objects if needed, then binds the shared vertex array.
     void bindToSharedVAO();
+
+    // A render target of exactly these dimensions leased once by the caller,
+    // who gives it back exactly once with releaseRenderTarget; null when none
+    // could be made (the reason is logged).
+    std::shared_ptr<LMRenderTarget> requestRenderTargetWithDimensions(LMSize dimensions);
+    // Makes the GL context current, sets the viewport to the target's floored
+    // size and binds its framebuffer.
+    void bindToRenderTarget(const std::shared_ptr<LMRenderTarget>& target);
+    // Ends one lease; the target stays in the pool for the next request of its
+    // size. Safe from any thread; no GL call.
+    void releaseRenderTarget(const std::shared_ptr<LMRenderTarget>& target);
+    // Deletes every render target that nobody leases.
+    void flushUnusedTargets();
+
+    bool hasProgramWithName(std::string_view name) const;
+    // The program cached under the name, compiled and linked first when there
+    // is none; a known name compiles nothing, whatever the source. Failures are
+    // logged and the program is cached all the same. Null only when the
+    // context has no GL context.
+    std::shared_ptr<LMProgram> createProgramWithName(const std::string& name, const char* fragmentShaderSource);
+    std::shared_ptr<LMProgram> getProgramWithName(std::string_view name) const;
+
+    const std::shared_ptr<LMRenderTargetPool>& renderTargetPool() const { return renderTargetPool_; }
+    using ProgramCache = std::unordered_map<std::string, std::shared_ptr<LMProgram>, LMProgram::NameHash, std::equal_to<>>;
+    const ProgramCache& programCache() const { return programCache_; }
 
     // Null when the GL context could not be created.
     std::shared_ptr<LMOpenGLContext> openGLContext() const { return openGLContext_; }
@@ -87,7 +120,10 @@ public:
     void updateSharedVBOSize();
 
 protected:
+    // Creates the GL queue and context; the class constructors then call
+    // createResources, which needs the context to be owned by a shared_ptr.
     explicit LMContext(LMSize dimensions);
+    void createResources();
 
 private:
     LMSize dimensions_;
@@ -103,4 +139,7 @@ private:
     std::shared_ptr<LMVertexBuffer> sharedVBO_;
     GLuint sharedVertexShader_ = 0;
     bool sharedSetupComplete_ = false;
+
+    std::shared_ptr<LMRenderTargetPool> renderTargetPool_;
+    ProgramCache programCache_;
 };

@@ -1,0 +1,51 @@
+#include "lumetra/context/LMProgram.h"
+
+#include "lumetra/context/LMVertexAttribute.h"
+#include "lumetra/platform/LMLog.h"
+
+LMProgram::LMProgram(const std::string& name, GLuint vertexShader, const char* fragmentShaderSource)
+{
+    const GLuint fragmentShader = glCreateShader(GL_FRAGMENT_SHADER);
+    const char* source = fragmentShaderSource ? fragmentShaderSource : "";
+    glShaderSource(fragmentShader, 1, &source, nullptr);
+    glCompileShader(fragmentShader);
+    GLint status = GL_FALSE;
+    glGetShaderiv(fragmentShader, GL_COMPILE_STATUS, &status);
+    if (status != GL_TRUE) {
+        char infoLog[512] = {};
+        glGetShaderInfoLog(fragmentShader, sizeof(infoLog), nullptr, infoLog);
+        LMLog("LMFilter: Fragment Shader for %s failed to compile: %s", name.c_str(), infoLog);
+    }
+    if (glGetError() != GL_NO_ERROR)
+        LMLog("LMFilter: Error compiling shaders");
+
+    number_ = glCreateProgram();
+    glAttachShader(number_, vertexShader);
+    glAttachShader(number_, fragmentShader);
+    glBindFragDataLocation(number_, 0, "lm_output");
+    glBindAttribLocation(number_, LM_ATTRIBUTE_INDEX_POSITION, "in_Position");
+    glBindAttribLocation(number_, LM_ATTRIBUTE_INDEX_TEXTURE_COORDS, "in_TexCoord");
+    glLinkProgram(number_);
+    if (glGetError() != GL_NO_ERROR)
+        LMLog("LMFilter: Error creating shader program");
+}
+
+void LMProgram::useProgram()
+{
+    glUseProgram(number_);
+}
+
+GLint LMProgram::uniformLocation(std::string_view uniformName)
+{
+    if (auto cached = uniformLocationCache_.find(uniformName); cached != uniformLocationCache_.end())
+        return cached->second;
+    std::string key(uniformName);
+    const GLint location = glGetUniformLocation(number_, key.c_str());
+    uniformLocationCache_.emplace(std::move(key), location);
+    return location;
+}
+
+GLint LMProgram::attributeLocation(const char* attributeName)
+{
+    return attributeName ? glGetAttribLocation(number_, attributeName) : -1;
+}

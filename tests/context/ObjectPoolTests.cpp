@@ -1,0 +1,209 @@
+// The pool on its own pools plain numbers, so these need no GL.
+
+#include "support/LogCapture.h"
+
+#include <lumetra/context/LMObjectPool.h>
+#include <lumetra/context/LMPooledNumber.h>
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <deque>
+#include <set>
+#include <thread>
+
+namespace {
+
+uint64_t numberOf(const std::shared_ptr<LMPooledObject>& object)
+{
+    auto number = std::dynamic_pointer_cast<LMPooledNumber>(object);
+    return number ? number->value() : LMNotFound;
+}
+
+// Records the ids its deletion hook sees, and tears down in its destructor
+// so that the hook is its own there too.
+class RecordingPool : public LMObjectPool {
+public:
+    explicit RecordingPool(std::vector<uint64_t>& deleted) : deleted_(deleted) {}
+    ~RecordingPool() override { teardown(); }
+    void deleteObjectWithId(uint64_t objectId) override
+    {
+        deleted_.push_back(objectId);
+        LMObjectPool::deleteObjectWithId(objectId);
+    }
+    std::shared_ptr<LMPooledObject> createObjectWithId(uint64_t objectId) override
+    {
+        return failCreation ? nullptr : LMObjectPool::createObjectWithId(objectId);
+    }
+    bool failCreation = false;
+
+private:
+    std::vector<uint64_t>& deleted_;
+};
+
+} // namespace
+
+TEST(LMObjectPool, LeasesReusesAndFlushesIds)
+{
+    LMObjectPool pool;
+    EXPECT_EQ(pool.objectsAllocated(), 0u);
+    EXPECT_EQ(pool.objectsUsed(), 0u);
+    EXPECT_EQ(pool.objectsUnused(), 0u);
+    EXPECT_EQ(pool.firstUnusedId(), LMNotFound);
+
+    EXPECT_EQ(pool.requestNewObjectId(), 0u);
+    EXPECT_EQ(pool.requestNewObjectId(), 1u);
+    EXPECT_EQ(pool.requestNewObjectId(), 2u);
+    EXPECT_EQ(numberOf(pool.objectWithId(1)), 1u);
+    EXPECT_EQ(numberOf(pool[2]), 2u);
+    EXPECT_EQ(pool.objectsUsed(), 3u);
+
+    pool.releaseObjectWithId(1);
+    EXPECT_EQ(pool.objectsUnused(), 1u);
+    EXPECT_EQ(pool.firstUnusedId(), 1u);
+    EXPECT_EQ(pool.requestNewObjectId(), 1u) << "an unused id is leased again";
+    EXPECT_EQ(pool.currentId(), 3u) << "nothing was created";
+
+    pool.releaseObjectWithId(1);
+    pool.flushUnusedObjects();
+    EXPECT_EQ(pool.objectWithId(1), nullptr);
+    EXPECT_EQ(pool.objectsAllocated(), 2u);
+    EXPECT_EQ(pool.requestNewObjectId(), 3u) << "ids are never recycled";
+
+    // With several unused ids, the lowest comes first.
+    pool.releaseObjectWithId(3);
+    pool.releaseObjectWithId(0);
+    EXPECT_EQ(pool.requestNewObjectId(), 0u);
+    EXPECT_EQ((pool.retainCounts()), (std::map<uint64_t, uint64_t>{{0, 1}, {2, 1}, {3, 0}}));
+}
+
+TEST(LMObjectPool, CountsEveryLease)
+{
+    LMObjectPool pool;
+    const uint64_t id = pool.requestNewObjectId();
+    pool.retainObjectWithId(id);
+    pool.releaseObjectWithId(id);
+    EXPECT_EQ(pool.objectsUsed(), 1u) << "two leases need two releases";
+    pool.releaseObjectWithId(id);
+    EXPECT_EQ(pool.objectsUnused(), 1u);
+    pool.releaseObjectWithId(id);
+    pool.releaseObjectWithId(999);
+    EXPECT_EQ(pool.retainCounts().at(id), 0u) << "extra releases change nothing";
+
+    pool.retainObjectWithId(42);
+    EXPECT_EQ(pool.objectsUsed(), 1u) << "a retained id is allocated and used";
+    EXPECT_EQ(pool.objectWithId(42), nullptr) << "with no object";
+
+    pool.setObject(std::make_shared<LMPooledNumber>(7), 42);
+    EXPECT_EQ(numberOf(pool.objectWithId(42)), 7u);
+    pool.setObject(nullptr, 42);
+    EXPECT_EQ(pool.objectWithId(42), nullptr);
+}
+
+TEST(LMObjectPool, TestedRequestsReuseOnlyAcceptedObjects)
+{
+    LMObjectPool pool;
+    for (int i = 0; i < 4; ++i)
+        pool.requestNewObjectId();
+    pool.releaseObjectWithId(1);
+    pool.releaseObjectWithId(3);
+
+    auto acceptThree = [](const std::shared_ptr<LMPooledObject>& object) { return numberOf(object) == 3; };
+    EXPECT_EQ(pool.firstUnusedIdPassing(acceptThree), 3u);
+    EXPECT_EQ(pool.requestNewObjectIdPassing(acceptThree), 3u);
+    EXPECT_EQ(pool.requestNewObjectIdPassing([](const auto&) { return false; }), 4u)
+        << "a test that rejects everything creates a new object";
+    EXPECT_EQ(pool.objectsUnused(), 1u);
+}
+
+TEST(LMObjectPool, FailedCreationLeavesALeasedIdWithoutObject)
+{
+    std::vector<uint64_t> deleted;
+    RecordingPool pool(deleted);
+    pool.failCreation = true;
+    const uint64_t id = pool.requestNewObjectId();
+    EXPECT_EQ(pool.objectWithId(id), nullptr);
+    EXPECT_EQ(pool.objectsUsed(), 1u);
+    pool.failCreation = false;
+    EXPECT_NE(pool.requestNewObjectId(), id) << "scans pass over it while it is leased";
+}
+
+TEST(LMObjectPool, TeardownReachesTheSubclassForEveryId)
+{
+    std::vector<uint64_t> deleted;
+    {
+        RecordingPool pool(deleted);
+        pool.requestNewObjectId();
+        pool.requestNewObjectId();
+        pool.requestNewObjectId();
+        pool.releaseObjectWithId(1);
+        pool.flushUnusedObjects();
+        EXPECT_EQ(deleted, (std::vector<uint64_t>{1}));
+        pool.releaseObjectWithId(2);
+    }
+    EXPECT_EQ(deleted, (std::vector<uint64_t>{1, 0, 2})) << "used and unused ids alike";
+}
+
+TEST(LMObjectPool, LogsOnceWhenIdsRunOut)
+{
+    LogCapture capture;
+    LMObjectPool pool;
+    pool.setCurrentId(UINT64_MAX - 2);
+    EXPECT_EQ(pool.createObjectId(), UINT64_MAX - 2);
+    EXPECT_TRUE(capture.lines().empty());
+    EXPECT_EQ(pool.createObjectId(), UINT64_MAX - 1);
+    EXPECT_EQ(capture.lines(), (std::vector<std::string>{"LMObjectPool ran out of object ids!"}));
+}
+
+// One thread leases and flushes, as the drawing thread does; another releases,
+// as a host dropping images elsewhere does. The pool must never hand out an id
+// that is still leased and must balance to empty at the end.
+TEST(LMObjectPool, ReleasesFromAnotherThreadKeepTheBookkeepingConsistent)
+{
+    for (int round = 0; round < 20; ++round) {
+        LMObjectPool pool;
+        std::mutex mutex;
+        std::deque<uint64_t> toRelease;
+        std::set<uint64_t> leased;
+        std::atomic<bool> done{false};
+        std::atomic<int> handedOutTwice{0};
+
+        std::thread releaser([&] {
+            for (;;) {
+                uint64_t id;
+                {
+                    std::lock_guard<std::mutex> lock(mutex);
+                    if (toRelease.empty()) {
+                        if (done)
+                            return;
+                        continue;
+                    }
+                    id = toRelease.front();
+                    toRelease.pop_front();
+                    leased.erase(id); // before the release, so a reuse is legitimate
+                }
+                pool.releaseObjectWithId(id);
+            }
+        });
+
+        for (int i = 0; i < 2000; ++i) {
+            const uint64_t id = pool.requestNewObjectId();
+            {
+                std::lock_guard<std::mutex> lock(mutex);
+                if (!leased.insert(id).second)
+                    handedOutTwice.fetch_add(1);
+                toRelease.push_back(id);
+            }
+            if (i % 7 == 0)
+                pool.flushUnusedObjects();
+        }
+        done = true;
+        releaser.join();
+
+        EXPECT_EQ(handedOutTwice.load(), 0);
+        EXPECT_EQ(pool.objectsUsed(), 0u);
+        pool.flushUnusedObjects();
+        EXPECT_EQ(pool.objectsAllocated(), 0u);
+        EXPECT_TRUE(pool.objectStorage().empty());
+    }
+}

@@ -1,0 +1,136 @@
+#include "support/LogCapture.h"
+
+#include <lumetra/context/LMContext.h>
+
+#include <gtest/gtest.h>
+
+#include <array>
+
+namespace {
+
+const char* const gradientShader =
+    "#version 150\n"
+    "noperspective in vec2 lm_location;\n"
+    "out vec3 lm_output;\n"
+    "uniform float lm_green;\n"
+    "void main() { lm_output = vec3(lm_location.x / 8.0, lm_green, 0.25); }\n";
+
+int liveShaders(LMContext& context)
+{
+    int live = 0;
+    context.executeOpenGL([&] {
+        for (GLuint name = 1; name < 256; ++name)
+            live += glIsShader(name) == GL_TRUE;
+    });
+    return live;
+}
+
+} // namespace
+
+TEST(LMProgram, IsCompiledOncePerNameAndCachedForTheContextsLife)
+{
+    auto context = LMContext::contextWithDimensions({8, 4});
+    EXPECT_FALSE(context->hasProgramWithName("Gradient"));
+    EXPECT_EQ(context->getProgramWithName("Gradient"), nullptr);
+
+    LogCapture capture;
+    auto program = context->createProgramWithName("Gradient", gradientShader);
+    ASSERT_TRUE(program);
+    EXPECT_TRUE(capture.lines().empty());
+    EXPECT_TRUE(context->sharedSetupComplete()) << "the first program creates the shared objects";
+    EXPECT_TRUE(context->hasProgramWithName("Gradient"));
+    EXPECT_EQ(context->getProgramWithName("Gradient"), program);
+    EXPECT_EQ(program->name(), "") << "the constructor sets no name";
+    EXPECT_EQ(program->context(), nullptr) << "nor an owner";
+
+    const int shaders = liveShaders(*context);
+    auto again = context->createProgramWithName("Gradient", "this would not even compile");
+    EXPECT_EQ(again, program);
+    EXPECT_EQ(liveShaders(*context), shaders) << "a known name compiles nothing";
+    EXPECT_TRUE(capture.lines().empty());
+
+    GLint linked = GL_FALSE, outputLocation = -1;
+    GLint position = -1, texCoord = -1;
+    context->executeOpenGL([&] {
+        glGetProgramiv(program->number(), GL_LINK_STATUS, &linked);
+        outputLocation = glGetFragDataLocation(program->number(), "lm_output");
+        position = program->attributeLocation("in_Position");
+        texCoord = program->attributeLocation("in_TexCoord");
+    });
+    EXPECT_EQ(linked, GL_TRUE);
+    EXPECT_EQ(outputLocation, 0);
+    EXPECT_EQ(position, static_cast<GLint>(LM_ATTRIBUTE_INDEX_POSITION));
+    EXPECT_EQ(texCoord, static_cast<GLint>(LM_ATTRIBUTE_INDEX_TEXTURE_COORDS));
+}
+
+TEST(LMProgram, FailedCompilationIsLoggedAndStillCached)
+{
+    auto context = LMContext::contextWithDimensions({8, 4});
+    LogCapture capture;
+    auto program = context->createProgramWithName("Broken", "#version 150\nvoid main() { lm_output = oops; }\n");
+    ASSERT_TRUE(program);
+    EXPECT_EQ(context->getProgramWithName("Broken"), program);
+
+    const auto lines = capture.lines();
+    ASSERT_FALSE(lines.empty());
+    const std::string prefix = "LMFilter: Fragment Shader for Broken failed to compile: ";
+    ASSERT_TRUE(lines[0].starts_with(prefix)) << lines[0];
+    EXPECT_NE(lines[0].find("lm_output"), std::string::npos) << "the driver's log names the culprit: " << lines[0];
+
+    GLboolean isProgram = GL_FALSE;
+    context->executeOpenGL([&] { isProgram = glIsProgram(program->number()); });
+    EXPECT_EQ(isProgram, GL_TRUE);
+}
+
+TEST(LMProgram, AsksGLForEachUniformOnce)
+{
+    auto context = LMContext::contextWithDimensions({8, 4});
+    auto program = context->createProgramWithName("Gradient", gradientShader);
+    GLint green = -2, missing = -2, greenAfter = -2, missingAfter = -2;
+    GLenum error = GL_NO_ERROR;
+    context->executeOpenGL([&] {
+        green = program->uniformLocation("lm_green");
+        missing = program->uniformLocation("lm_missing");
+        // Once the GL program is gone, only the cache can still answer; asking
+        // GL would give -1 and an error.
+        glDeleteProgram(program->number());
+        greenAfter = program->uniformLocation("lm_green");
+        missingAfter = program->uniformLocation("lm_missing");
+        error = glGetError();
+    });
+    EXPECT_GE(green, 0);
+    EXPECT_EQ(missing, -1);
+    EXPECT_EQ(greenAfter, green);
+    EXPECT_EQ(missingAfter, -1);
+    EXPECT_EQ(error, static_cast<GLenum>(GL_NO_ERROR));
+    EXPECT_EQ(program->uniformLocationCache().size(), 2u);
+}
+
+TEST(LMProgram, DrawsIntoTheBoundRenderTarget)
+{
+    auto context = LMContext::contextWithDimensions({8, 4});
+    auto program = context->createProgramWithName("Gradient", gradientShader);
+    auto target = context->requestRenderTargetWithDimensions({8, 4});
+    ASSERT_TRUE(program && target);
+
+    context->bindToRenderTarget(target);
+    context->bindToSharedVAO();
+    std::array<GLubyte, 8 * 4 * 3> pixels{};
+    context->executeOpenGLNoContextSwitch([&] {
+        program->useProgram();
+        glUniform1f(program->uniformLocation("lm_green"), 0.5f);
+        glDrawArrays(GL_TRIANGLE_STRIP, 0, 4);
+        glPixelStorei(GL_PACK_ALIGNMENT, 1);
+        glReadPixels(0, 0, 8, 4, GL_RGB, GL_UNSIGNED_BYTE, pixels.data());
+        EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR));
+    });
+    // Red follows the pixel column: lm_location is in pixels, sampled at centres.
+    for (int y = 0; y < 4; ++y) {
+        for (int x = 0; x < 8; ++x) {
+            const GLubyte* pixel = &pixels[(y * 8 + x) * 3];
+            EXPECT_NEAR(pixel[0], (x + 0.5) / 8.0 * 255.0, 1.0) << x << "," << y;
+            EXPECT_NEAR(pixel[1], 128, 1.0);
+            EXPECT_NEAR(pixel[2], 64, 1.0);
+        }
+    }
+}

@@ -1,0 +1,245 @@
+#include "support/LogCapture.h"
+
+#include <lumetra/context/LMContext.h>
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <atomic>
+#include <cmath>
+#include <deque>
+#include <mutex>
+#include <set>
+#include <thread>
+
+namespace {
+
+struct TextureInfo {
+    GLint width = -1, height = -1, internalFormat = 0, magFilter = 0, minFilter = 0;
+    GLfloat wrapS = 0, wrapT = 0;
+};
+
+TextureInfo describe(LMContext& context, GLuint texture)
+{
+    TextureInfo info;
+    context.executeOpenGL([&] {
+        glBindTexture(GL_TEXTURE_RECTANGLE, texture);
+        glGetTexLevelParameteriv(GL_TEXTURE_RECTANGLE, 0, GL_TEXTURE_WIDTH, &info.width);
+        glGetTexLevelParameteriv(GL_TEXTURE_RECTANGLE, 0, GL_TEXTURE_HEIGHT, &info.height);
+        glGetTexLevelParameteriv(GL_TEXTURE_RECTANGLE, 0, GL_TEXTURE_INTERNAL_FORMAT, &info.internalFormat);
+        glGetTexParameteriv(GL_TEXTURE_RECTANGLE, GL_TEXTURE_MAG_FILTER, &info.magFilter);
+        glGetTexParameteriv(GL_TEXTURE_RECTANGLE, GL_TEXTURE_MIN_FILTER, &info.minFilter);
+        glGetTexParameterfv(GL_TEXTURE_RECTANGLE, GL_TEXTURE_WRAP_S, &info.wrapS);
+        glGetTexParameterfv(GL_TEXTURE_RECTANGLE, GL_TEXTURE_WRAP_T, &info.wrapT);
+    });
+    return info;
+}
+
+bool textureExists(LMContext& context, GLuint texture)
+{
+    GLboolean exists = GL_FALSE;
+    context.executeOpenGL([&] { exists = glIsTexture(texture); });
+    return exists == GL_TRUE;
+}
+
+// How many texture and framebuffer names are alive among the low ones that
+// a test this size uses: a leaked name shows up as one more.
+std::pair<int, int> liveNames(LMContext& context)
+{
+    std::pair<int, int> live{0, 0};
+    context.executeOpenGL([&] {
+        for (GLuint name = 1; name < 512; ++name) {
+            live.first += glIsTexture(name) == GL_TRUE;
+            live.second += glIsFramebuffer(name) == GL_TRUE;
+        }
+    });
+    return live;
+}
+
+class RenderTargets : public testing::Test {
+protected:
+    std::shared_ptr<LMContext> context = LMContext::contextWithDimensions({256, 256});
+};
+
+} // namespace
+
+TEST_F(RenderTargets, AreReusedByExactSize)
+{
+    auto first = context->requestRenderTargetWithDimensions({256, 256});
+    auto second = context->requestRenderTargetWithDimensions({256, 256});
+    ASSERT_TRUE(first && second);
+    EXPECT_NE(first->identifier(), second->identifier());
+    EXPECT_NE(first->texture(), second->texture());
+    EXPECT_NE(first->framebuffer(), second->framebuffer());
+
+    context->releaseRenderTarget(first);
+    const uint64_t nextId = context->renderTargetPool()->currentId();
+    auto again = context->requestRenderTargetWithDimensions({256, 256});
+    EXPECT_EQ(again, first) << "the released target comes back";
+    EXPECT_EQ(context->renderTargetPool()->currentId(), nextId) << "and nothing was created";
+
+    context->releaseRenderTarget(again);
+    auto larger = context->requestRenderTargetWithDimensions({256, 256.5});
+    ASSERT_TRUE(larger);
+    EXPECT_NE(larger, first) << "half a pixel more is another size";
+    EXPECT_EQ(context->renderTargetPool()->objectsUnused(), 1u);
+    const TextureInfo info = describe(*context, larger->texture());
+    EXPECT_EQ(info.width, 256);
+    EXPECT_EQ(info.height, 256);
+
+    context->releaseRenderTarget(nullptr); // does nothing
+    EXPECT_EQ(context->renderTargetPool()->objectsUsed(), 2u);
+}
+
+TEST_F(RenderTargets, HaveFlooredTexturesAndBindWithTheirViewport)
+{
+    auto target = context->requestRenderTargetWithDimensions({100.7, 50.2});
+    ASSERT_TRUE(target);
+    EXPECT_EQ(target->dimensions(), (LMSize{100.7, 50.2}));
+    EXPECT_EQ(context->renderTargetPool()->renderTargetWithId(target->identifier()), target);
+
+    const TextureInfo info = describe(*context, target->texture());
+    EXPECT_EQ(info.width, 100);
+    EXPECT_EQ(info.height, 50);
+    EXPECT_EQ(info.internalFormat, GL_RGB16);
+    EXPECT_EQ(info.magFilter, GL_LINEAR);
+    EXPECT_EQ(info.minFilter, GL_LINEAR);
+    EXPECT_EQ(info.wrapS, static_cast<GLfloat>(GL_CLAMP_TO_EDGE));
+    EXPECT_EQ(info.wrapT, static_cast<GLfloat>(GL_CLAMP_TO_EDGE));
+
+    context->bindToRenderTarget(target);
+    std::array<GLint, 4> viewport{};
+    GLint framebuffer = 0, attached = 0;
+    context->executeOpenGLNoContextSwitch([&] {
+        glGetIntegerv(GL_VIEWPORT, viewport.data());
+        glGetIntegerv(GL_FRAMEBUFFER_BINDING, &framebuffer);
+        glGetFramebufferAttachmentParameteriv(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0,
+                                              GL_FRAMEBUFFER_ATTACHMENT_OBJECT_NAME, &attached);
+    });
+    EXPECT_EQ(viewport, (std::array<GLint, 4>{0, 0, 100, 50}));
+    EXPECT_EQ(static_cast<GLuint>(framebuffer), target->framebuffer());
+    EXPECT_EQ(static_cast<GLuint>(attached), target->texture());
+}
+
+TEST_F(RenderTargets, FlushesDeleteOnlyUnusedTargets)
+{
+    auto kept = context->requestRenderTargetWithDimensions({64, 64});
+    auto small = context->requestRenderTargetWithDimensions({32, 32});
+    auto newSize = context->requestRenderTargetWithDimensions({512, 128});
+    ASSERT_TRUE(kept && small && newSize);
+
+    context->releaseRenderTarget(small);
+    context->flushUnusedTargets();
+    EXPECT_FALSE(textureExists(*context, small->texture()));
+    EXPECT_TRUE(textureExists(*context, kept->texture()));
+    EXPECT_EQ(context->renderTargetPool()->objectsAllocated(), 2u);
+
+    // A size change flushes unused targets of every size, the new one included.
+    context->releaseRenderTarget(newSize);
+    context->setDimensions({512, 128});
+    EXPECT_FALSE(textureExists(*context, newSize->texture()));
+    EXPECT_TRUE(textureExists(*context, kept->texture()));
+    EXPECT_EQ(context->renderTargetPool()->objectsAllocated(), 1u);
+}
+
+TEST_F(RenderTargets, FailedCreationsLogYieldNothingAndLeakNothing)
+{
+    const auto namesBefore = liveNames(*context);
+    const size_t allocatedBefore = context->renderTargetPool()->objectsAllocated();
+    LogCapture capture;
+
+    EXPECT_EQ(context->requestRenderTargetWithDimensions({20000, 100}), nullptr);
+    EXPECT_EQ(context->requestRenderTargetWithDimensions({0.5, 10}), nullptr);
+    EXPECT_EQ(context->requestRenderTargetWithDimensions({NAN, 10}), nullptr);
+    EXPECT_EQ(capture.lines(), (std::vector<std::string>{
+                                   "LMRenderTargetPool: Error 1281 creating a 20000x100 texture",
+                                   "LMRenderTargetPool: Framebuffer not complete in time to render.",
+                                   "LMRenderTargetPool: Framebuffer not complete in time to render.",
+                               }));
+    EXPECT_EQ(liveNames(*context), namesBefore);
+    EXPECT_EQ(context->renderTargetPool()->objectsAllocated(), allocatedBefore) << "failed ids are dropped";
+
+    GLenum pending = GL_NO_ERROR;
+    context->executeOpenGL([&] { pending = glGetError(); });
+    EXPECT_EQ(pending, static_cast<GLenum>(GL_NO_ERROR));
+    EXPECT_TRUE(context->requestRenderTargetWithDimensions({16, 16})) << "the pool goes on working";
+}
+
+TEST_F(RenderTargets, PoolTeardownDeletesThroughTheLiveContextOnly)
+{
+    GLuint texture = 0;
+    {
+        LMRenderTargetPool pool(context);
+        const uint64_t id = pool.requestRenderTargetWithDimensions({40, 30});
+        ASSERT_NE(id, LMNotFound);
+        texture = pool.renderTargetWithId(id)->texture();
+        EXPECT_TRUE(textureExists(*context, texture));
+    }
+    EXPECT_FALSE(textureExists(*context, texture)) << "teardown reached the render-target deletion";
+
+    // A context that goes while targets are leased frees nothing one by one
+    // and leaves the targets as plain records.
+    auto doomed = LMContext::contextWithDimensions({64, 64});
+    auto leased = doomed->requestRenderTargetWithDimensions({64, 64});
+    auto pool = doomed->renderTargetPool();
+    doomed.reset();
+    ASSERT_TRUE(leased);
+    EXPECT_EQ(pool->context(), nullptr);
+    pool->flushUnusedObjects();
+    EXPECT_EQ(pool->requestRenderTargetWithDimensions({64, 64}), LMNotFound);
+}
+
+// The drawing thread leases and flushes while a second thread gives targets
+// back, as when images are dropped elsewhere.
+TEST_F(RenderTargets, ReleasesFromAnotherThreadKeepThePoolConsistent)
+{
+    const LMSize sizes[] = {{16, 16}, {32, 8}, {8, 32}};
+    std::mutex mutex;
+    std::deque<std::shared_ptr<LMRenderTarget>> toRelease;
+    std::set<uint64_t> leased;
+    std::atomic<bool> done{false};
+    int handedOutTwice = 0, wrongSize = 0;
+
+    std::thread releaser([&] {
+        for (;;) {
+            std::shared_ptr<LMRenderTarget> target;
+            {
+                std::lock_guard<std::mutex> lock(mutex);
+                if (toRelease.empty()) {
+                    if (done)
+                        return;
+                    continue;
+                }
+                target = toRelease.front();
+                toRelease.pop_front();
+                leased.erase(target->identifier());
+            }
+            context->releaseRenderTarget(target);
+        }
+    });
+
+    for (int i = 0; i < 1500; ++i) {
+        const LMSize size = sizes[i % 3];
+        auto target = context->requestRenderTargetWithDimensions(size);
+        ASSERT_TRUE(target);
+        wrongSize += !(target->dimensions() == size);
+        {
+            std::lock_guard<std::mutex> lock(mutex);
+            handedOutTwice += !leased.insert(target->identifier()).second;
+            toRelease.push_back(target);
+        }
+        if (i % 50 == 0)
+            context->flushUnusedTargets();
+    }
+    done = true;
+    releaser.join();
+
+    EXPECT_EQ(handedOutTwice, 0);
+    EXPECT_EQ(wrongSize, 0);
+    EXPECT_EQ(context->renderTargetPool()->objectsUsed(), 0u);
+    context->flushUnusedTargets();
+    EXPECT_EQ(context->renderTargetPool()->objectsAllocated(), 0u);
+    GLenum pending = GL_NO_ERROR;
+    context->executeOpenGL([&] { pending = glGetError(); });
+    EXPECT_EQ(pending, static_cast<GLenum>(GL_NO_ERROR));
+}
