@@ -4,6 +4,7 @@
 
 #include "lumetra/LumetraVersion.h"
 
+#include "lumetra/platform/LMAffineTransform.h"
 #include "lumetra/platform/LMBlockRef.h"
 #include "lumetra/platform/LMEGLDisplay.h"
 #include "lumetra/platform/LMGL.h"
@@ -11,6 +12,7 @@
 #include "lumetra/platform/LMOpenGLContext.h"
 #include "lumetra/platform/LMOpenGLPixelFormat.h"
 #include "lumetra/platform/LMPoint.h"
+#include "lumetra/platform/LMRGBA.h"
 #include "lumetra/platform/LMRect.h"
 #include "lumetra/platform/LMSize.h"
 #include "lumetra/platform/VarnelDispatch.h"
@@ -28,3 +30,18 @@
 #include "lumetra/context/LMVertexArrayBuilder.h"
 #include "lumetra/context/LMVertexAttribute.h"
 #include "lumetra/context/LMVertexBuffer.h"
+
+#include "lumetra/graph/LMDrawable.h"
+#include "lumetra/graph/LMDrawableCaching.h"
+#include "lumetra/graph/LMImage.h"
+#include "lumetra/graph/LMMatrix3.h"
+#include "lumetra/graph/LMScaler.h"
+#include "lumetra/graph/LMScalerFill.h"
+#include "lumetra/graph/LMScalerStretch.h"
+#include "lumetra/graph/LMUniform.h"
+#include "lumetra/graph/LMValue.h"
+#include "lumetra/graph/LMVector2.h"
+#include "lumetra/graph/LMVector3.h"
+#include "lumetra/graph/LMVector4.h"
+
+#include "lumetra/nodes/LMColor.h"

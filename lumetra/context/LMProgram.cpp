@@ -3,6 +3,8 @@
 #include "lumetra/context/LMVertexAttribute.h"
 #include "lumetra/platform/LMLog.h"
 
+#include <EGL/egl.h>
+
 LMProgram::LMProgram(const std::string& name, GLuint vertexShader, const char* fragmentShaderSource)
 {
     const GLuint fragmentShader = glCreateShader(GL_FRAGMENT_SHADER);
@@ -39,6 +41,13 @@ GLint LMProgram::uniformLocation(std::string_view uniformName)
 {
     if (auto cached = uniformLocationCache_.find(uniformName); cached != uniformLocationCache_.end())
         return cached->second;
+    // Without a current GL context the call would reach GL's no-op table and
+    // answer 0, which must not be cached as this program's location.
+    if (eglGetCurrentContext() == EGL_NO_CONTEXT) {
+        LMLog("LMProgram: Uniform location of %.*s asked with no GL context current", static_cast<int>(uniformName.size()),
+              uniformName.data());
+        return -1;
+    }
     std::string key(uniformName);
     const GLint location = glGetUniformLocation(number_, key.c_str());
     uniformLocationCache_.emplace(std::move(key), location);

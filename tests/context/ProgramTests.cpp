@@ -106,6 +106,24 @@ TEST(LMProgram, AsksGLForEachUniformOnce)
     EXPECT_EQ(program->uniformLocationCache().size(), 2u);
 }
 
+TEST(LMProgram, RefusesToCacheALocationAskedWithoutAGLContext)
+{
+    auto context = LMContext::contextWithDimensions({8, 4});
+    auto program = context->createProgramWithName("Gradient", gradientShader);
+    LogCapture capture;
+    // On the host's thread no GL context is current: GL would answer 0.
+    EXPECT_EQ(program->uniformLocation("lm_green"), -1);
+    EXPECT_EQ(capture.lines(),
+              (std::vector<std::string>{"LMProgram: Uniform location of lm_green asked with no GL context current"}));
+    EXPECT_TRUE(program->uniformLocationCache().empty());
+    GLint location = -1, fromGL = -2;
+    context->executeOpenGL([&] {
+        location = program->uniformLocation("lm_green");
+        fromGL = glGetUniformLocation(program->number(), "lm_green");
+    });
+    EXPECT_EQ(location, fromGL);
+}
+
 TEST(LMProgram, DrawsIntoTheBoundRenderTarget)
 {
     auto context = LMContext::contextWithDimensions({8, 4});

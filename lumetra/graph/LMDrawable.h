@@ -1,0 +1,20 @@
+#pragma once
+
+#include <memory>
+
+class LMContext;
+class LMImage;
+
+// A node of the drawing graph. Asked to draw with a context, it returns an
+// image leased from that context, of the context's size unless the node has
+// an output size of its own. The image belongs to the node, which may hand
+// the same image to many callers: callers read it, bind it as a texture or
+// show it, and never draw into it. A node with inputs pulls each of them with
+// the same context before drawing itself.
+class LMDrawable {
+public:
+    virtual ~LMDrawable() = default;
+
+    // The image, or null when nothing could be drawn.
+    virtual std::shared_ptr<LMImage> drawWithContext(const std::shared_ptr<LMContext>& context) = 0;
+};

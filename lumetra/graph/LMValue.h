@@ -1,0 +1,61 @@
+#pragma once
+
+#include "lumetra/graph/LMDrawable.h"
+
+#include <initializer_list>
+#include <memory>
+#include <string>
+#include <variant>
+#include <vector>
+
+// A value held by name in a node's property store: nothing, a number, a list
+// of numbers, a string or a drawable. Readers ask for the kind they need and
+// get nothing when the value is of another kind, so a value of the wrong kind
+// is treated as absent rather than misread.
+class LMValue {
+public:
+    LMValue() = default;
+    LMValue(std::nullptr_t) {}
+    LMValue(double number) : storage_(number) {}
+    LMValue(int number) : storage_(static_cast<double>(number)) {}
+    LMValue(std::vector<double> numbers) : storage_(std::move(numbers)) {}
+    LMValue(std::initializer_list<double> numbers) : storage_(std::vector<double>(numbers)) {}
+    LMValue(std::string text) : storage_(std::move(text)) {}
+    LMValue(const char* text) : storage_(std::string(text ? text : "")) {}
+    template <class Drawable>
+        requires std::is_convertible_v<Drawable*, LMDrawable*>
+    LMValue(std::shared_ptr<Drawable> drawable)
+    {
+        if (drawable)
+            storage_ = std::shared_ptr<LMDrawable>(std::move(drawable));
+    }
+
+    bool isNone() const { return std::holds_alternative<std::monostate>(storage_); }
+    bool isNumber() const { return std::holds_alternative<double>(storage_); }
+    bool isNumbers() const { return std::holds_alternative<std::vector<double>>(storage_); }
+    bool isString() const { return std::holds_alternative<std::string>(storage_); }
+    bool isDrawable() const { return std::holds_alternative<std::shared_ptr<LMDrawable>>(storage_); }
+
+    // Null when the value is of another kind.
+    const double* number() const { return std::get_if<double>(&storage_); }
+    const std::vector<double>* numbers() const { return std::get_if<std::vector<double>>(&storage_); }
+    const std::string* string() const { return std::get_if<std::string>(&storage_); }
+    std::shared_ptr<LMDrawable> drawable() const
+    {
+        auto drawable = std::get_if<std::shared_ptr<LMDrawable>>(&storage_);
+        return drawable ? *drawable : nullptr;
+    }
+
+    // "nothing", "a number", "a list of numbers", "a string" or "a drawable",
+    // for messages about values of the wrong kind.
+    const char* kindDescription() const
+    {
+        static constexpr const char* names[] = {"nothing", "a number", "a list of numbers", "a string", "a drawable"};
+        return names[storage_.index()];
+    }
+
+    friend bool operator==(const LMValue&, const LMValue&) = default;
+
+private:
+    std::variant<std::monostate, double, std::vector<double>, std::string, std::shared_ptr<LMDrawable>> storage_;
+};
