@@ -30,6 +30,9 @@ LMProgram::LMProgram(const std::string& name, GLuint vertexShader, const char* f
     glLinkProgram(number_);
     if (glGetError() != GL_NO_ERROR)
         LMLog("LMFilter: Error creating shader program");
+    GLint linked = GL_FALSE;
+    glGetProgramiv(number_, GL_LINK_STATUS, &linked);
+    linked_ = linked == GL_TRUE;
 }
 
 void LMProgram::useProgram()

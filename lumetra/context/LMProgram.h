@@ -27,6 +27,8 @@ public:
     GLint attributeLocation(const char* attributeName);
 
     GLuint number() const { return number_; }
+    // Whether linking succeeded; a program that failed draws nothing useful.
+    bool isLinked() const { return linked_; }
     void setNumber(GLuint number) { number_ = number; }
     // Owner and name properties; the constructor sets neither.
     std::shared_ptr<LMContext> context() const { return context_.lock(); }
@@ -43,6 +45,7 @@ public:
 
 private:
     GLuint number_ = 0;
+    bool linked_ = false;
     std::weak_ptr<LMContext> context_;
     LocationCache uniformLocationCache_;
     std::string name_;

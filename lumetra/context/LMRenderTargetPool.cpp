@@ -51,6 +51,11 @@ std::shared_ptr<LMPooledObject> LMRenderTargetPool::createObjectWithId(uint64_t 
     const GLint width = LMFloorToGLint(requestedDims_.width);
     const GLint height = LMFloorToGLint(requestedDims_.height);
 
+    // The error check below must see this creation's errors only, not one
+    // that earlier GL work left pending.
+    while (glGetError() != GL_NO_ERROR) {
+    }
+
     GLuint texture = 0;
     glGenTextures(1, &texture);
     glBindTexture(GL_TEXTURE_RECTANGLE, texture);

@@ -30,6 +30,14 @@ public:
             storage_ = std::shared_ptr<LMDrawable>(std::move(drawable));
     }
 
+    // Anything that stands for a drawable, such as a filter handle.
+    template <class Handle>
+        requires(!std::is_same_v<Handle, std::nullptr_t> && !requires { typename Handle::element_type; } &&
+                 std::is_convertible_v<const Handle&, std::shared_ptr<LMDrawable>>)
+    LMValue(const Handle& handle) : LMValue(static_cast<std::shared_ptr<LMDrawable>>(handle))
+    {
+    }
+
     bool isNone() const { return std::holds_alternative<std::monostate>(storage_); }
     bool isNumber() const { return std::holds_alternative<double>(storage_); }
     bool isNumbers() const { return std::holds_alternative<std::vector<double>>(storage_); }

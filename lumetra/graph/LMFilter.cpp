@@ -1,0 +1,501 @@
+#include "lumetra/graph/LMFilter.h"
+
+#include "lumetra/context/LMContext.h"
+#include "lumetra/graph/LMScalerStretch.h"
+#include "lumetra/nodes/LMColor.h"
+#include "lumetra/nodes/LMFilterProxy.h"
+#include "lumetra/nodes/LMProxyCallScope.h"
+#include "lumetra/platform/LMLog.h"
+
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <cxxabi.h>
+#include <typeinfo>
+
+namespace {
+
+bool isCompatibleDrawable(const std::shared_ptr<LMDrawable>& drawable, const LMContext& context)
+{
+    const auto* image = dynamic_cast<const LMImage*>(drawable.get());
+    return !image || image->dimensions() == context.dimensions();
+}
+
+std::string demangledName(const std::type_info& type)
+{
+    int status = 0;
+    char* demangled = abi::__cxa_demangle(type.name(), nullptr, nullptr, &status);
+    std::string name = status == 0 && demangled ? demangled : type.name();
+    std::free(demangled);
+    return name;
+}
+
+} // namespace
+
+bool isCompatible(const LMValue& value, const std::shared_ptr<LMContext>& context)
+{
+    const std::shared_ptr<LMDrawable> drawable = value.drawable();
+    return !drawable || !context || isCompatibleDrawable(drawable, *context);
+}
+
+LMFilter::LMFilter()
+    : scaler_(std::make_shared<LMScalerStretch>())
+{
+}
+
+LMFilter::~LMFilter()
+{
+    releaseQuadState();
+}
+
+// Hooks
+
+std::string LMFilter::kernelSource() const
+{
+    return "void main() {    lm_output = vec3(0.0, 0.0, 0.0); } ";
+}
+
+std::vector<std::string> LMFilter::inputNames() const
+{
+    return {};
+}
+
+std::vector<std::string> LMFilter::controlNames() const
+{
+    return {};
+}
+
+std::vector<std::shared_ptr<LMUniform>> LMFilter::otherUniforms() const
+{
+    return {};
+}
+
+bool LMFilter::automaticallyCreatesContextDimensionsUniform() const
+{
+    return false;
+}
+
+bool LMFilter::automaticallyCreatesTargetDimensionsUniform() const
+{
+    return false;
+}
+
+std::string LMFilter::className() const
+{
+    // The dynamic type, so that no subclass has to spell its own name.
+    return demangledName(typeid(*this));
+}
+
+void LMFilter::init()
+{
+    inputNames_ = inputNames();
+    controlNames_ = controlNames();
+    otherUniforms_ = otherUniforms();
+    rebuildUniformNames();
+    needsRedraw_ = true;
+    shouldCreateContextDimensionsUniform_ = automaticallyCreatesContextDimensionsUniform();
+    shouldCreateTargetDimensionsUniform_ = automaticallyCreatesTargetDimensionsUniform();
+    scaler_ = std::make_shared<LMScalerStretch>();
+    usesCustomOutputSize_ = false;
+    vaoState_.reset();
+    customOutputSize_ = {640, 480};
+}
+
+void LMFilter::setInputNames(std::vector<std::string> names)
+{
+    inputNames_ = std::move(names);
+    rebuildUniformNames();
+}
+
+void LMFilter::setControlNames(std::vector<std::string> names)
+{
+    controlNames_ = std::move(names);
+    rebuildUniformNames();
+}
+
+void LMFilter::setOtherUniforms(std::vector<std::shared_ptr<LMUniform>> uniforms)
+{
+    otherUniforms_ = std::move(uniforms);
+    rebuildUniformNames();
+}
+
+void LMFilter::rebuildUniformNames()
+{
+    inputUniformNames_.clear();
+    for (const std::string& name : inputNames_)
+        inputUniformNames_.push_back(uniformName(name));
+    controlUniformNames_.clear();
+    for (const std::string& name : controlNames_)
+        controlUniformNames_.push_back(uniformName(name));
+    otherUniformNames_.clear();
+    for (const auto& uniform : otherUniforms_)
+        otherUniformNames_.push_back(uniform ? uniformName(uniform->name()) : std::string());
+    inputValues_.assign(inputNames_.size(), nullptr);
+}
+
+// The property store
+
+LMValue LMFilter::valueForKey(std::string_view key) const
+{
+    auto value = properties_.find(key);
+    return value == properties_.end() ? LMValue() : value->second;
+}
+
+void LMFilter::setValueForKey(LMValue value, std::string_view key)
+{
+    if (const LMFilterProxy* proxy = LMProxyCallScope::claim(this))
+        markTargetIfSelectorIsWatchedMethod(this, "setValue:forKey:", proxy->watchedMethods());
+    storeProperty(key, std::move(value));
+}
+
+void LMFilter::setProperty(std::string_view key, LMValue value)
+{
+    if (const LMFilterProxy* proxy = LMProxyCallScope::claim(this))
+        markTargetIfSelectorIsWatchedMethod(this, LMFilterProxy::setterNameForProperty(key), proxy->watchedMethods());
+    storeProperty(key, std::move(value));
+}
+
+void LMFilter::announceSetter(std::string_view setterName)
+{
+    if (const LMFilterProxy* proxy = LMProxyCallScope::claim(this))
+        markTargetIfSelectorIsWatchedMethod(this, setterName, proxy->watchedMethods());
+}
+
+void LMFilter::storeProperty(std::string_view key, LMValue value)
+{
+    auto existing = properties_.find(key);
+    if (existing != properties_.end())
+        existing->second = std::move(value);
+    else
+        properties_.emplace(std::string(key), std::move(value));
+}
+
+void LMFilter::reportWrongKind(std::string_view key, const LMValue& value, const char* wanted) const
+{
+    auto [entry, first] = reportedKeys_.emplace(std::string(key), true);
+    if (first)
+        LMLog("%s: The value of %.*s is %s, not %s; treating it as absent", className().c_str(),
+              static_cast<int>(key.size()), key.data(), value.kindDescription(), wanted);
+}
+
+std::shared_ptr<LMDrawable> LMFilter::drawableProperty(std::string_view key) const
+{
+    auto value = properties_.find(key);
+    if (value == properties_.end() || value->second.isNone())
+        return nullptr;
+    if (!value->second.isDrawable())
+        reportWrongKind(key, value->second, "a drawable");
+    return value->second.drawable();
+}
+
+std::optional<double> LMFilter::numberProperty(std::string_view key) const
+{
+    auto value = properties_.find(key);
+    if (value == properties_.end() || value->second.isNone())
+        return std::nullopt;
+    if (const double* number = value->second.number())
+        return *number;
+    reportWrongKind(key, value->second, "a number");
+    return std::nullopt;
+}
+
+std::vector<double> LMFilter::numbersProperty(std::string_view key) const
+{
+    auto value = properties_.find(key);
+    if (value == properties_.end() || value->second.isNone())
+        return {};
+    if (const std::vector<double>* numbers = value->second.numbers())
+        return *numbers;
+    reportWrongKind(key, value->second, "a list of numbers");
+    return {};
+}
+
+// Shader assembly and program loading
+
+std::string LMFilter::preprocessedFragmentShaderSource() const
+{
+    std::string declarations = "noperspective in vec2 lm_location;out vec3 lm_output;";
+    for (const std::string& name : inputNames_)
+        declarations += "uniform sampler2DRect " + uniformName(name) + ";";
+    for (const std::string& name : controlNames_)
+        declarations += "uniform float " + uniformName(name) + ";";
+    for (const auto& uniform : otherUniforms_) {
+        if (uniform)
+            declarations += uniform->uniformString();
+    }
+    if (shouldCreateContextDimensionsUniform_)
+        declarations += "uniform vec2 lm_contextDimensions; ";
+    if (shouldCreateTargetDimensionsUniform_)
+        declarations += "uniform vec2 lm_targetDimensions; ";
+    declarations += "uniform mat3 lm_inputTransform; ";
+    declarations += "vec2 lm_toInputCoords(vec2 ocoords) { return (lm_inputTransform * vec3(ocoords.x, ocoords.y, "
+                    "1.0)).st; }";
+    return "#version 150 \n" + declarations + " \n" + kernelSource();
+}
+
+void LMFilter::preloadWithContext(const std::shared_ptr<LMContext>& context)
+{
+    lastUsedContext_ = context;
+    if (!context)
+        return;
+    // One program per class in each context: a filter drawn with a second
+    // living context takes (or makes) that context's program.
+    if (!program_.expired() && programContext_.lock() == context)
+        return;
+
+    const std::string name = className();
+    std::shared_ptr<LMProgram> program = context->getProgramWithName(name);
+    if (!program)
+        program = context->createProgramWithName(name, preprocessedFragmentShaderSource().c_str());
+    program_ = program;
+    programContext_ = context;
+}
+
+// Drawing
+
+LMSize LMFilter::outputSizeForContext(const LMContext& context) const
+{
+    return usesCustomOutputSize_ ? customOutputSize_ : context.dimensions();
+}
+
+std::shared_ptr<LMImage> LMFilter::drawWithContext(const std::shared_ptr<LMContext>& context)
+{
+    // Drawing through the handle is not a setter: whatever the draw stores
+    // on the filter marks nothing.
+    LMProxyCallScope::claim(this);
+    if (!context)
+        return nullptr;
+    if (validCachedOutputForContext(context))
+        return cachedOutput_;
+
+    // The whole render is one trip to the GL queue; its steps, the inputs'
+    // draws among them, run there at once as nested submissions.
+    std::shared_ptr<LMImage> output;
+    context->executeOpenGL([&] {
+        preloadWithContext(context);
+        output = applyProgramWithContext(context);
+    });
+    setCachedOutput(std::move(output));
+    return cachedOutput_;
+}
+
+std::shared_ptr<LMImage> LMFilter::validCachedOutputForContext(const std::shared_ptr<LMContext>& context)
+{
+    if (!context || !context->cachingEnabled() || needsRedraw_ || !cachedOutput_)
+        return nullptr;
+    if (cachedOutput_->context() != context)
+        return nullptr;
+    if (!(cachedOutput_->dimensions() == outputSizeForContext(*context)))
+        return nullptr;
+    return cachedOutput_;
+}
+
+void LMFilter::setCachedOutput(std::shared_ptr<LMImage> output)
+{
+    cachedOutput_ = std::move(output);
+    needsRedraw_ = false;
+}
+
+void LMFilter::drawInputsWithContext(const std::shared_ptr<LMContext>& context)
+{
+    inputValues_.resize(inputNames_.size());
+    for (size_t i = 0; i < inputNames_.size(); ++i) {
+        std::shared_ptr<LMDrawable> input = drawableProperty(inputNames_[i]);
+        // A missing input, or an image of a foreign size, reads as black.
+        if (input && isCompatibleDrawable(input, *context))
+            inputValues_[i] = input->drawWithContext(context);
+        else
+            inputValues_[i] = LMColor::blackColor()->drawWithContext(context);
+    }
+}
+
+std::shared_ptr<LMImage> LMFilter::inputValueForName(std::string_view name) const
+{
+    for (size_t i = 0; i < inputNames_.size() && i < inputValues_.size(); ++i) {
+        if (inputNames_[i] == name)
+            return inputValues_[i];
+    }
+    return nullptr;
+}
+
+void LMFilter::updateVAOIfNeededForContext(const std::shared_ptr<LMContext>& context)
+{
+    if (!usesCustomOutputSize_) {
+        context->bindToSharedVAO();
+        return;
+    }
+    // Vertex arrays belong to one GL context: a quad made for another
+    // context is let go there and made anew here.
+    if (vaoState_ && vaoStateContext_.lock() != context && vaoState_->hasExistingVAO()) {
+        releaseQuadState();
+        vaoState_.reset();
+    }
+    if (!vaoState_) {
+        vaoState_ = std::make_shared<LMVAOStateTextured>();
+        vaoState_->setScaler(scaler_);
+        vaoState_->setOutputDims(customOutputSize_);
+    }
+    vaoStateContext_ = context;
+
+    std::shared_ptr<LMProgram> program = program_.lock();
+    context->executeOpenGLNoContextSwitch([&] {
+        vaoState_->setInputDims(context->dimensions());
+        if (vaoState_->update(*context->gl()) && program) {
+            constexpr GLsizei stride = 4 * sizeof(float);
+            const GLint position = program->attributeLocation("in_Position");
+            if (position >= 0) {
+                glEnableVertexAttribArray(static_cast<GLuint>(position));
+                glVertexAttribPointer(static_cast<GLuint>(position), 2, GL_FLOAT, GL_FALSE, stride, nullptr);
+            }
+            const GLint texCoord = program->attributeLocation("in_TexCoord");
+            if (texCoord >= 0) {
+                glEnableVertexAttribArray(static_cast<GLuint>(texCoord));
+                glVertexAttribPointer(static_cast<GLuint>(texCoord), 2, GL_FLOAT, GL_TRUE, stride,
+                                      reinterpret_cast<const void*>(2 * sizeof(float)));
+            }
+        }
+        vaoState_->bindVAO(*context->gl());
+    });
+}
+
+void LMFilter::releaseQuadState()
+{
+    if (!vaoState_)
+        return;
+    if (std::shared_ptr<LMContext> owner = vaoStateContext_.lock()) {
+        std::shared_ptr<LMVAOStateTextured> state = vaoState_;
+        owner->executeOpenGL([&] { state->cleanup(); });
+    }
+}
+
+std::shared_ptr<LMImage> LMFilter::applyProgramWithContext(const std::shared_ptr<LMContext>& context)
+{
+    if (!context)
+        return nullptr;
+    lastUsedContext_ = context;
+    const LMSize outputSize = outputSizeForContext(*context);
+
+    // Inputs draw first, so that their own draws may bind what they like.
+    drawInputsWithContext(context);
+    updateVAOIfNeededForContext(context);
+
+    std::shared_ptr<LMProgram> program = program_.lock();
+    if (!program)
+        return nullptr;
+
+    std::shared_ptr<LMImage> output = usesCustomOutputSize_ ? LMImage::imageWithContext(context, customOutputSize_)
+                                                            : LMImage::imageWithContext(context);
+    // Without a target nothing is bound: drawing now would land in the
+    // target bound before. The pool has said why.
+    if (!output->target())
+        return nullptr;
+    output->bind();
+
+    // A program that failed to link cannot be used (GL would keep the
+    // previous one); its failure was logged, and the output is black.
+    if (!program->isLinked()) {
+        context->executeOpenGLNoContextSwitch([] {
+            glClearColor(0, 0, 0, 1);
+            glClear(GL_COLOR_BUFFER_BIT);
+        });
+        return output;
+    }
+    context->executeOpenGLNoContextSwitch([&] { program->useProgram(); });
+
+    uploadUniforms(*context, *program, outputSize);
+    context->executeOpenGLNoContextSwitch([] { glDrawArrays(GL_TRIANGLE_STRIP, 0, 4); });
+    return output;
+}
+
+void LMFilter::uploadUniforms(LMContext& context, LMProgram& program, LMSize outputSize)
+{
+    const std::shared_ptr<LMContext> owner = context.shared_from_this();
+    context.executeOpenGLNoContextSwitch([&] {
+        // The n-th input always uses texture unit n - 1, drawn or not.
+        for (size_t unit = 0; unit < inputNames_.size(); ++unit) {
+            const std::shared_ptr<LMImage>& image = inputValues_[unit];
+            if (!image)
+                continue;
+            context.gl()->setActiveTexture(GL_TEXTURE0 + static_cast<GLenum>(unit));
+            glBindTexture(GL_TEXTURE_RECTANGLE, image->texture());
+            glUniform1i(program.uniformLocation(inputUniformNames_[unit]), static_cast<GLint>(unit));
+        }
+
+        for (size_t i = 0; i < controlNames_.size(); ++i) {
+            const double value = numberProperty(controlNames_[i]).value_or(0.0);
+            glUniform1f(program.uniformLocation(controlUniformNames_[i]), static_cast<GLfloat>(value));
+        }
+
+        for (size_t i = 0; i < otherUniforms_.size(); ++i) {
+            if (otherUniforms_[i])
+                otherUniforms_[i]->bindToLocation(program.uniformLocation(otherUniformNames_[i]),
+                                                  valueForKey(otherUniforms_[i]->name()), owner);
+        }
+
+        const LMSize dimensions = context.dimensions();
+        if (shouldCreateContextDimensionsUniform_)
+            glUniform2f(program.uniformLocation("lm_contextDimensions"), static_cast<GLfloat>(dimensions.width),
+                        static_cast<GLfloat>(dimensions.height));
+        if (shouldCreateTargetDimensionsUniform_)
+            glUniform2f(program.uniformLocation("lm_targetDimensions"), static_cast<GLfloat>(outputSize.width),
+                        static_cast<GLfloat>(outputSize.height));
+
+        // The scaler maps input pixels to output pixels; the kernel needs the
+        // way back.
+        LMAffineTransform transform;
+        if (scaler_) {
+            transform = scaler_->transformForInputSize(dimensions, outputSize);
+            transform.invert();
+        }
+        const std::array<GLfloat, 9> matrix = {
+            GLfloat(transform.m11), GLfloat(transform.m12), 0, GLfloat(transform.m21), GLfloat(transform.m22), 0,
+            GLfloat(transform.tX),  GLfloat(transform.tY),  1,
+        };
+        glUniformMatrix3fv(program.uniformLocation("lm_inputTransform"), 1, GL_FALSE, matrix.data());
+    });
+}
+
+bool LMFilter::updateNeedsRedraw()
+{
+    for (const std::string& name : inputNames_) {
+        std::shared_ptr<LMDrawable> input = drawableProperty(name);
+        if (auto* caching = dynamic_cast<LMDrawableCaching*>(input.get())) {
+            if (caching->updateNeedsRedraw())
+                needsRedraw_ = true;
+        }
+    }
+    return needsRedraw_;
+}
+
+void LMFilter::setUsesCustomOutputSize(bool uses)
+{
+    usesCustomOutputSize_ = uses;
+    if (!uses)
+        return;
+    if (!vaoState_) {
+        vaoState_ = std::make_shared<LMVAOStateTextured>();
+        vaoState_->setScaler(scaler_);
+    }
+    vaoState_->setOutputDims(customOutputSize_);
+}
+
+void LMFilter::setCustomOutputSize(LMSize size)
+{
+    customOutputSize_ = size;
+    if (vaoState_)
+        vaoState_->setOutputDims(size);
+}
+
+void LMFilter::setScaler(std::shared_ptr<LMScaler> scaler)
+{
+    scaler_ = std::move(scaler);
+    if (vaoState_)
+        vaoState_->setScaler(scaler_);
+}
+
+std::string LMFilter::description() const
+{
+    char address[32];
+    std::snprintf(address, sizeof(address), "%p", static_cast<const void*>(this));
+    return "<" + className() + ": " + address + ">";
+}

@@ -1,0 +1,177 @@
+#pragma once
+
+#include "lumetra/graph/LMDrawableCaching.h"
+#include "lumetra/graph/LMImage.h"
+#include "lumetra/graph/LMScaler.h"
+#include "lumetra/graph/LMUniform.h"
+#include "lumetra/graph/LMVAOStateTextured.h"
+#include "lumetra/graph/LMValue.h"
+#include "lumetra/platform/LMSize.h"
+
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+class LMContext;
+class LMProgram;
+
+// Whether a value may be drawn as an input with this context: false only for
+// an image whose dimensions differ from the context's.
+bool isCompatible(const LMValue& value, const std::shared_ptr<LMContext>& context);
+
+// The base of every shader filter. A subclass supplies a GLSL kernel and the
+// names of what it reads (input images, scalar controls, further uniforms);
+// the filter declares them, wraps the kernel into a complete fragment shader
+// compiled once per context and class, pulls its inputs, binds them to
+// texture units in order, uploads every uniform and draws one quad into a
+// leased image. With the context's caching on, an unchanged filter hands back
+// its last image without any GL work.
+//
+// Inputs, controls and uniform values live in one property store read and
+// written by name; typed accessors are views of it. Hosts make filters with
+// the class constructors of LMFilterClass, which wrap them in their proxy.
+class LMFilter : public LMDrawableCaching, public std::enable_shared_from_this<LMFilter> {
+public:
+    ~LMFilter() override;
+
+    LMFilter(const LMFilter&) = delete;
+    LMFilter& operator=(const LMFilter&) = delete;
+
+    // Hooks a subclass overrides; each returns the same answer every time.
+    // The GLSL body: defines main() and writes the vec3 lm_output.
+    virtual std::string kernelSource() const;
+    virtual std::vector<std::string> inputNames() const;
+    virtual std::vector<std::string> controlNames() const;
+    virtual std::vector<std::shared_ptr<LMUniform>> otherUniforms() const;
+    virtual bool automaticallyCreatesContextDimensionsUniform() const;
+    virtual bool automaticallyCreatesTargetDimensionsUniform() const;
+    // The name of the filter's class: its programs' name in every context.
+    virtual std::string className() const;
+
+    // Fills the stored lists and flags from the hooks; class constructors
+    // call it once, right after construction.
+    virtual void init();
+
+    // Key-value access to inputs, controls, uniform values and any other
+    // property a subclass keeps here. Through a filter handle the setter
+    // marks the filter for any key.
+    LMValue valueForKey(std::string_view key) const;
+    void setValueForKey(LMValue value, std::string_view key);
+
+    // Drawing.
+    std::shared_ptr<LMImage> drawWithContext(const std::shared_ptr<LMContext>& context) override;
+    virtual std::shared_ptr<LMImage> validCachedOutputForContext(const std::shared_ptr<LMContext>& context);
+    virtual void setCachedOutput(std::shared_ptr<LMImage> output);
+    virtual std::shared_ptr<LMImage> applyProgramWithContext(const std::shared_ptr<LMContext>& context);
+    virtual void drawInputsWithContext(const std::shared_ptr<LMContext>& context);
+    virtual void updateVAOIfNeededForContext(const std::shared_ptr<LMContext>& context);
+    virtual void preloadWithContext(const std::shared_ptr<LMContext>& context);
+    virtual std::string preprocessedFragmentShaderSource() const;
+
+    bool needsRedraw() const override { return needsRedraw_; }
+    void setNeedsRedraw(bool needsRedraw) override { needsRedraw_ = needsRedraw; }
+    // Asks every input that answers it, with no early stop; only ever sets.
+    bool updateNeedsRedraw() override;
+
+    // Output size and fitting. None of these marks the filter: a new size
+    // makes the cached output unfit anyway.
+    bool usesCustomOutputSize() const { return usesCustomOutputSize_; }
+    virtual void setUsesCustomOutputSize(bool uses);
+    LMSize customOutputSize() const { return customOutputSize_; }
+    virtual void setCustomOutputSize(LMSize size);
+    std::shared_ptr<LMScaler> scaler() const { return scaler_; }
+    virtual void setScaler(std::shared_ptr<LMScaler> scaler);
+    // The size a draw makes now: the custom size when used, else the context's.
+    LMSize outputSizeForContext(const LMContext& context) const;
+
+    // The lists read from the hooks at creation; the setters replace them.
+    const std::vector<std::string>& storedInputNames() const { return inputNames_; }
+    void setInputNames(std::vector<std::string> names);
+    const std::vector<std::string>& storedControlNames() const { return controlNames_; }
+    void setControlNames(std::vector<std::string> names);
+    const std::vector<std::shared_ptr<LMUniform>>& storedOtherUniforms() const { return otherUniforms_; }
+    void setOtherUniforms(std::vector<std::shared_ptr<LMUniform>> uniforms);
+
+    bool shouldCreateContextDimensionsUniform() const { return shouldCreateContextDimensionsUniform_; }
+    void setShouldCreateContextDimensionsUniform(bool should) { shouldCreateContextDimensionsUniform_ = should; }
+    bool shouldCreateTargetDimensionsUniform() const { return shouldCreateTargetDimensionsUniform_; }
+    void setShouldCreateTargetDimensionsUniform(bool should) { shouldCreateTargetDimensionsUniform_ = should; }
+
+    std::shared_ptr<LMProgram> program() const { return program_.lock(); }
+    std::shared_ptr<LMContext> lastUsedContext() const { return lastUsedContext_.lock(); }
+    std::shared_ptr<LMImage> cachedOutput() const { return cachedOutput_; }
+    std::shared_ptr<LMVAOStateTextured> vaoState() const { return vaoState_; }
+    // The image each input gave in the last draw; null when it gave none.
+    std::shared_ptr<LMImage> inputValueForName(std::string_view name) const;
+    bool programIsLoaded() const { return programIsLoaded_; }
+    void setProgramIsLoaded(bool loaded) { programIsLoaded_ = loaded; }
+
+    // "<ClassName: address>".
+    virtual std::string description() const;
+
+protected:
+    LMFilter();
+
+    // Typed setters store through this: when the call came through the
+    // filter's handle, the setter named after the key marks the filter first
+    // if it is watched.
+    void setProperty(std::string_view key, LMValue value);
+    // For a method that stores under other keys (a setCenter that stores
+    // centerVector): called first, with the method's own setter name, it
+    // claims the handle's call so that what it stores marks nothing unless
+    // its own name is watched.
+    void announceSetter(std::string_view setterName);
+    // Stores without any marking: for the filter's own bookkeeping.
+    void storeProperty(std::string_view key, LMValue value);
+
+    // Typed views of the store. A value of another kind reads as absent and
+    // is reported once per key.
+    std::shared_ptr<LMDrawable> drawableProperty(std::string_view key) const;
+    std::optional<double> numberProperty(std::string_view key) const;
+    std::vector<double> numbersProperty(std::string_view key) const;
+
+private:
+    struct NameHash {
+        using is_transparent = void;
+        size_t operator()(std::string_view name) const { return std::hash<std::string_view>{}(name); }
+    };
+    void reportWrongKind(std::string_view key, const LMValue& value, const char* wanted) const;
+    void rebuildUniformNames();
+    void uploadUniforms(LMContext& context, LMProgram& program, LMSize outputSize);
+    void releaseQuadState();
+
+    std::vector<std::string> inputNames_;
+    std::vector<std::string> controlNames_;
+    std::vector<std::shared_ptr<LMUniform>> otherUniforms_;
+    // "lm_" names of the above, made once rather than on every draw.
+    std::vector<std::string> inputUniformNames_;
+    std::vector<std::string> controlUniformNames_;
+    std::vector<std::string> otherUniformNames_;
+
+    std::unordered_map<std::string, LMValue, NameHash, std::equal_to<>> properties_;
+    mutable std::unordered_map<std::string, bool, NameHash, std::equal_to<>> reportedKeys_;
+
+    // Images of the last draw, in input order.
+    std::vector<std::shared_ptr<LMImage>> inputValues_;
+    bool shouldCreateContextDimensionsUniform_ = false;
+    bool shouldCreateTargetDimensionsUniform_ = false;
+
+    // The program of the context it was loaded in; looked up again when the
+    // filter is drawn with another context.
+    std::weak_ptr<LMProgram> program_;
+    std::weak_ptr<LMContext> programContext_;
+    std::weak_ptr<LMContext> lastUsedContext_;
+    bool needsRedraw_ = true;
+    std::shared_ptr<LMImage> cachedOutput_;
+    std::shared_ptr<LMScaler> scaler_;
+    bool usesCustomOutputSize_ = false;
+    LMSize customOutputSize_{640, 480};
+    // The filter's own quad and the context whose GL objects it holds.
+    std::shared_ptr<LMVAOStateTextured> vaoState_;
+    std::weak_ptr<LMContext> vaoStateContext_;
+    bool programIsLoaded_ = false;
+};

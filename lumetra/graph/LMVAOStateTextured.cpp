@@ -1,0 +1,106 @@
+#include "lumetra/graph/LMVAOStateTextured.h"
+
+#include "lumetra/graph/LMScalerStretch.h"
+#include "lumetra/platform/LMLog.h"
+
+#include <array>
+
+LMVAOStateTextured::LMVAOStateTextured()
+    : scaler_(std::make_shared<LMScalerStretch>())
+{
+}
+
+void LMVAOStateTextured::setInputDims(LMSize dimensions)
+{
+    if (dimensions == inputDims_ || dimensions == LMSize{0, 0})
+        return;
+    inputDims_ = dimensions;
+    needsVAOUpdate_ = true;
+}
+
+void LMVAOStateTextured::setOutputDims(LMSize dimensions)
+{
+    if (dimensions == outputDims_ || dimensions == LMSize{0, 0})
+        return;
+    outputDims_ = dimensions;
+    needsVAOUpdate_ = true;
+}
+
+void LMVAOStateTextured::setIsFlipped(bool flipped)
+{
+    if (flipped == isFlipped_)
+        return;
+    isFlipped_ = flipped;
+    needsVAOUpdate_ = true;
+}
+
+bool LMVAOStateTextured::update(LMOpenGL& gl)
+{
+    if (!needsVAOUpdate_)
+        return false;
+    if (hasExistingVAO_)
+        cleanup();
+
+    ourVAO_ = std::make_shared<LMVertexArray>();
+    gl.bindVertexArray(ourVAO_);
+    if (glGetError() != GL_NO_ERROR)
+        LMLog("LMVAOStateTextured: Error creating VAO");
+
+    ourVBO_ = std::make_shared<LMVertexBuffer>();
+    updateVBOSize(gl);
+    if (glGetError() != GL_NO_ERROR)
+        LMLog("LMVAOStateTextured: Error creating VBO");
+
+    needsVAOUpdate_ = false;
+    hasExistingVAO_ = true;
+    return true;
+}
+
+void LMVAOStateTextured::bindVAO(LMOpenGL& gl)
+{
+    gl.bindVertexArray(ourVAO_);
+}
+
+void LMVAOStateTextured::cleanup()
+{
+    if (ourVAO_)
+        ourVAO_->cleanup();
+    if (ourVBO_)
+        ourVBO_->cleanup();
+}
+
+LMRect LMVAOStateTextured::vertexPositionRect() const
+{
+    if (inputDims_.height <= 0 || outputDims_.height <= 0 || inputDims_.width <= 0 || outputDims_.width <= 0)
+        return {-1, -1, 2, 2};
+    if (!scaler_)
+        return {0, 0, 0, 0};
+    return scaler_->vertexPositionRectForInputSize(inputDims_, outputDims_);
+}
+
+LMRect LMVAOStateTextured::texturePositionRect() const
+{
+    return {0, 0, inputDims_.width, inputDims_.height};
+}
+
+void LMVAOStateTextured::updateVBOSize(LMOpenGL& gl)
+{
+    const LMRect texture = texturePositionRect();
+    const LMRect position = vertexPositionRect();
+    const double left = position.x, right = position.x + position.width;
+    const double bottom = position.y, top = position.y + position.height;
+    const double sLeft = texture.x, sRight = texture.x + texture.width;
+    double tBottom = texture.y, tTop = texture.y + texture.height;
+    if (isFlipped_)
+        std::swap(tBottom, tTop);
+
+    const std::array<float, 16> quad = {
+        float(left),  float(bottom), float(sLeft),  float(tBottom),
+        float(right), float(bottom), float(sRight), float(tBottom),
+        float(left),  float(top),    float(sLeft),  float(tTop),
+        float(right), float(top),    float(sRight), float(tTop),
+    };
+    gl.bindVertexBuffer(ourVBO_);
+    if (ourVBO_)
+        ourVBO_->setData(quad.data(), static_cast<GLsizei>(sizeof(quad)));
+}

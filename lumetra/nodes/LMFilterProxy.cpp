@@ -1,0 +1,74 @@
+#include "lumetra/nodes/LMFilterProxy.h"
+
+#include "lumetra/graph/LMFilter.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cstdio>
+
+void markTargetIfSelectorIsWatchedMethod(LMFilter* target, std::string_view setterName,
+                                         const std::vector<std::string>& watched)
+{
+    if (!target)
+        return;
+    if (setterName == "setValue:forKey:" || std::find(watched.begin(), watched.end(), setterName) != watched.end())
+        target->setNeedsRedraw(true);
+}
+
+std::string LMFilterProxy::setterNameForProperty(std::string_view name)
+{
+    std::string setter = "set";
+    setter.append(name);
+    if (!name.empty())
+        setter[3] = static_cast<char>(std::toupper(static_cast<unsigned char>(setter[3])));
+    setter.push_back(':');
+    return setter;
+}
+
+std::shared_ptr<LMFilterProxy> LMFilterProxy::proxyWithTarget(std::shared_ptr<LMFilter> target)
+{
+    return std::shared_ptr<LMFilterProxy>(new LMFilterProxy(std::move(target)));
+}
+
+LMFilterProxy::LMFilterProxy(std::shared_ptr<LMFilter> target)
+    : target_(std::move(target))
+{
+    if (!target_)
+        return;
+    for (const std::string& name : target_->inputNames())
+        watchedMethods_.push_back(setterNameForProperty(name));
+    for (const std::string& name : target_->controlNames())
+        watchedMethods_.push_back(setterNameForProperty(name));
+    for (const auto& uniform : target_->otherUniforms()) {
+        if (uniform)
+            watchedMethods_.push_back(setterNameForProperty(uniform->name()));
+    }
+}
+
+std::string LMFilterProxy::description() const
+{
+    char own[64];
+    std::snprintf(own, sizeof(own), "<LMFilterProxy: %p>", static_cast<const void*>(this));
+    return std::string(own) + " -> " + (target_ ? target_->description() : "(null)");
+}
+
+std::shared_ptr<LMImage> LMFilterProxy::drawWithContext(const std::shared_ptr<LMContext>& context)
+{
+    return target_ ? target_->drawWithContext(context) : nullptr;
+}
+
+bool LMFilterProxy::needsRedraw() const
+{
+    return target_ && target_->needsRedraw();
+}
+
+void LMFilterProxy::setNeedsRedraw(bool needsRedraw)
+{
+    if (target_)
+        target_->setNeedsRedraw(needsRedraw);
+}
+
+bool LMFilterProxy::updateNeedsRedraw()
+{
+    return target_ && target_->updateNeedsRedraw();
+}

@@ -1,0 +1,52 @@
+#pragma once
+
+#include "lumetra/graph/LMDrawableCaching.h"
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+class LMFilter;
+
+// Marks `target` for redraw when `setterName` is one of `watched` or is the
+// generic key-value setter "setValue:forKey:".
+void markTargetIfSelectorIsWatchedMethod(LMFilter* target, std::string_view setterName,
+                                         const std::vector<std::string>& watched);
+
+// What hosts hold instead of a filter. It keeps the filter alive, stands in
+// for it in the graph (drawing, redraw flags), and knows the names of the
+// setters that mark the filter: "set" plus the capitalised name of each
+// input, control and other uniform, plus ":", as the filter listed them when
+// the proxy was made. Typed access to the filter goes through LMFilterRef,
+// whose calls open an LMProxyCallScope so that watched setters mark the
+// filter before they store.
+class LMFilterProxy : public LMDrawableCaching, public std::enable_shared_from_this<LMFilterProxy> {
+public:
+    static std::shared_ptr<LMFilterProxy> proxyWithTarget(std::shared_ptr<LMFilter> target);
+
+    const std::shared_ptr<LMFilter>& target() const { return target_; }
+    // Does not rebuild the watched list.
+    void setTarget(std::shared_ptr<LMFilter> target) { target_ = std::move(target); }
+    const std::vector<std::string>& watchedMethods() const { return watchedMethods_; }
+    void setWatchedMethods(std::vector<std::string> watched) { watchedMethods_ = std::move(watched); }
+
+    // The proxy's own description, " -> ", then the filter's.
+    std::string description() const;
+
+    // The graph's view of the filter: passed on unchanged, marking nothing.
+    std::shared_ptr<LMImage> drawWithContext(const std::shared_ptr<LMContext>& context) override;
+    bool needsRedraw() const override;
+    void setNeedsRedraw(bool needsRedraw) override;
+    bool updateNeedsRedraw() override;
+
+    // "setInputA:" for "inputA"; "set:" for an empty name.
+    static std::string setterNameForProperty(std::string_view name);
+
+protected:
+    explicit LMFilterProxy(std::shared_ptr<LMFilter> target);
+
+private:
+    std::shared_ptr<LMFilter> target_;
+    std::vector<std::string> watchedMethods_;
+};
