@@ -7,6 +7,7 @@
 #include "lumetra/platform/LMAffineTransform.h"
 #include "lumetra/platform/LMBlockRef.h"
 #include "lumetra/platform/LMEGLDisplay.h"
+#include "lumetra/platform/LMFloatMatrix3.h"
 #include "lumetra/platform/LMGL.h"
 #include "lumetra/platform/LMLog.h"
 #include "lumetra/platform/LMOpenGLContext.h"
@@ -52,3 +53,5 @@
 #include "lumetra/nodes/LMFilterProxy.h"
 #include "lumetra/nodes/LMFilterRef.h"
 #include "lumetra/nodes/LMProxyCallScope.h"
+
+#include "lumetra/filters/LMFilters.h"

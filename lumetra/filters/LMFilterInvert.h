@@ -1,0 +1,9 @@
+#pragma once
+
+#include "lumetra/graph/LMFilterClass.h"
+
+// Each channel becomes 1 minus itself.
+class LMFilterInvert : public LMFilterClass<LMFilterInvert, LMFilterSingleInput> {
+public:
+    std::string kernelSource() const override;
+};

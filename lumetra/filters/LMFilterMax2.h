@@ -1,0 +1,15 @@
+#pragma once
+
+#include "lumetra/graph/LMFilterClass.h"
+
+// The larger of two inputs, channel by channel, at the same place.
+class LMFilterMax2 : public LMFilterClass<LMFilterMax2> {
+public:
+    std::string kernelSource() const override;
+    std::vector<std::string> inputNames() const override { return {"inputA", "inputB"}; }
+
+    std::shared_ptr<LMDrawable> inputA() const { return drawableProperty("inputA"); }
+    void setInputA(std::shared_ptr<LMDrawable> input) { setProperty("inputA", std::move(input)); }
+    std::shared_ptr<LMDrawable> inputB() const { return drawableProperty("inputB"); }
+    void setInputB(std::shared_ptr<LMDrawable> input) { setProperty("inputB", std::move(input)); }
+};

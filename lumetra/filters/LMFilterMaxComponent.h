@@ -1,0 +1,9 @@
+#pragma once
+
+#include "lumetra/graph/LMFilterClass.h"
+
+// A grey image of each pixel's largest channel.
+class LMFilterMaxComponent : public LMFilterClass<LMFilterMaxComponent, LMFilterSingleInput> {
+public:
+    std::string kernelSource() const override;
+};

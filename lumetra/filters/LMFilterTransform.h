@@ -1,0 +1,33 @@
+#pragma once
+
+#include "lumetra/graph/LMFilterClass.h"
+#include "lumetra/platform/LMAffineTransform.h"
+#include "lumetra/platform/LMFloatMatrix3.h"
+
+// Moves, scales, rotates or shears its input by an affine transform, the
+// image tiling over the edges of the context's area. The kernel reads the
+// inverse of the transform as the nine-number list transformMatrix (column
+// by column), so each output pixel looks up where it comes from; a
+// transform that cannot be inverted leaves the input unmoved.
+class LMFilterTransform : public LMFilterClass<LMFilterTransform, LMFilterSingleInput> {
+public:
+    std::string kernelSource() const override;
+    std::vector<std::shared_ptr<LMUniform>> otherUniforms() const override;
+    bool automaticallyCreatesContextDimensionsUniform() const override { return true; }
+    // Starts from the identity.
+    void init() override;
+
+    LMAffineTransform transform() const { return transform_; }
+    // Computes the inverse matrix and its list, and marks the filter itself.
+    void setTransform(const LMAffineTransform& transform);
+    // The inverse as the kernel reads it. Setting it directly changes neither
+    // transform() nor mat().
+    std::vector<double> transformMatrix() const { return numbersProperty("transformMatrix"); }
+    void setTransformMatrix(std::vector<double> matrix) { setProperty("transformMatrix", std::move(matrix)); }
+    const LMFloatMatrix3& mat() const { return mat_; }
+    void setMat(const LMFloatMatrix3& mat) { mat_ = mat; }
+
+private:
+    LMAffineTransform transform_;
+    LMFloatMatrix3 mat_;
+};

@@ -1,0 +1,12 @@
+#pragma once
+
+// Every built-in filter.
+
+#include "lumetra/filters/LMFilterCircle.h"
+#include "lumetra/filters/LMFilterConvertFromSRGB.h"
+#include "lumetra/filters/LMFilterConvertToSRGB.h"
+#include "lumetra/filters/LMFilterFader.h"
+#include "lumetra/filters/LMFilterInvert.h"
+#include "lumetra/filters/LMFilterMax2.h"
+#include "lumetra/filters/LMFilterMaxComponent.h"
+#include "lumetra/filters/LMFilterTransform.h"
