@@ -52,6 +52,11 @@
 #include "lumetra/nodes/LMColor.h"
 #include "lumetra/nodes/LMFilterProxy.h"
 #include "lumetra/nodes/LMFilterRef.h"
+#include "lumetra/nodes/LMImageAccumulator.h"
+#include "lumetra/nodes/LMPassthrough.h"
 #include "lumetra/nodes/LMProxyCallScope.h"
+
+#include "lumetra/diagnostics/LMPerformanceMonitor.h"
+#include "lumetra/diagnostics/LMTargetAction.h"
 
 #include "lumetra/filters/LMFilters.h"

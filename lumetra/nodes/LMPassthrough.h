@@ -1,0 +1,43 @@
+#pragma once
+
+#include "lumetra/graph/LMDrawableCaching.h"
+#include "lumetra/graph/LMImage.h"
+
+#include <cstdint>
+#include <memory>
+
+// A node that hands on whatever its input draws, unchanged, and counts how
+// often it was asked to draw. Put between two nodes, it shows how often the
+// part of the graph above it is pulled (output caching at work), or gives a
+// host one stable node whose input it can swap. It keeps no image of its own.
+class LMPassthrough : public LMDrawableCaching {
+public:
+    static std::shared_ptr<LMPassthrough> passthrough();
+    static std::shared_ptr<LMPassthrough> passthroughWithInput(std::shared_ptr<LMDrawable> input);
+
+    // Counts the draw, then returns the input's very image, or the black
+    // image of the context's size when there is no input.
+    std::shared_ptr<LMImage> drawWithContext(const std::shared_ptr<LMContext>& context) override;
+
+    bool needsRedraw() const override { return needsRedraw_; }
+    void setNeedsRedraw(bool needsRedraw) override { needsRedraw_ = needsRedraw; }
+    // Takes the answer of an input that caches; an input that does not
+    // (an image) leaves the flag as it was.
+    bool updateNeedsRedraw() override;
+
+    void resetCount() { count_ = 0; }
+
+    // Plain accessors: setInput does not touch the redraw flag.
+    uint64_t count() const { return count_; }
+    void setCount(uint64_t count) { count_ = count; }
+    std::shared_ptr<LMDrawable> input() const { return input_; }
+    void setInput(std::shared_ptr<LMDrawable> input) { input_ = std::move(input); }
+
+protected:
+    LMPassthrough() = default;
+
+private:
+    std::shared_ptr<LMDrawable> input_;
+    uint64_t count_ = 0;
+    bool needsRedraw_ = false;
+};
