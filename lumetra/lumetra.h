@@ -5,13 +5,16 @@
 #include "lumetra/LumetraVersion.h"
 
 #include "lumetra/platform/LMAffineTransform.h"
+#include "lumetra/platform/LMBitmap.h"
 #include "lumetra/platform/LMBlockRef.h"
 #include "lumetra/platform/LMEGLDisplay.h"
+#include "lumetra/platform/LMException.h"
 #include "lumetra/platform/LMFloatMatrix3.h"
 #include "lumetra/platform/LMGL.h"
 #include "lumetra/platform/LMLog.h"
 #include "lumetra/platform/LMOpenGLContext.h"
 #include "lumetra/platform/LMOpenGLPixelFormat.h"
+#include "lumetra/platform/LMPicture.h"
 #include "lumetra/platform/LMPoint.h"
 #include "lumetra/platform/LMRGBA.h"
 #include "lumetra/platform/LMRect.h"
@@ -55,6 +58,10 @@
 #include "lumetra/nodes/LMImageAccumulator.h"
 #include "lumetra/nodes/LMPassthrough.h"
 #include "lumetra/nodes/LMProxyCallScope.h"
+
+#include "lumetra/interop/LMContentScaleMode.h"
+#include "lumetra/interop/LMFilterOpenGLTextureAdapter.h"
+#include "lumetra/interop/LMOpenGLTextureAdapter.h"
 
 #include "lumetra/diagnostics/LMPerformanceMonitor.h"
 #include "lumetra/diagnostics/LMTargetAction.h"

@@ -7,6 +7,7 @@ packages=(
   cmake g++ make pkg-config
   libegl-dev libopengl-dev libgl-dev libegl-mesa0 libgl1-mesa-dri
   libx11-dev
+  libpng-dev libjpeg-dev
   libgtest-dev libbenchmark-dev
 )
 

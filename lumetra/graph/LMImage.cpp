@@ -1,6 +1,7 @@
 #include "lumetra/graph/LMImage.h"
 
 #include "lumetra/context/LMContext.h"
+#include "lumetra/platform/LMPicture.h"
 
 double floatForByte(uint8_t byte)
 {
@@ -75,4 +76,9 @@ std::optional<LMRGBA> LMImage::readPixelColorAtX(int32_t x, int32_t y)
 std::shared_ptr<LMImage> LMImage::drawWithContext(const std::shared_ptr<LMContext>&)
 {
     return shared_from_this();
+}
+
+std::shared_ptr<LMPicture> LMImage::debugQuickLookObject()
+{
+    return LMPicture::imageWithLMImage(shared_from_this());
 }

@@ -10,6 +10,8 @@
 #include <memory>
 #include <optional>
 
+class LMPicture;
+
 // A byte of a read-back as a colour component: b / 255.
 double floatForByte(uint8_t byte);
 
@@ -43,6 +45,10 @@ public:
 
     // The image itself, whatever the context.
     std::shared_ptr<LMImage> drawWithContext(const std::shared_ptr<LMContext>& context) override;
+
+    // What a debugger shows for the image: its pixels read back into a
+    // picture. Null when the context is gone or there is no target.
+    std::shared_ptr<LMPicture> debugQuickLookObject();
 
     // Plain accessors: the setters store and nothing else.
     std::shared_ptr<LMContext> context() const { return context_.lock(); }

@@ -1,0 +1,210 @@
+#include "lumetra/interop/LMFilterOpenGLTextureAdapter.h"
+
+#include "lumetra/context/LMContext.h"
+#include "lumetra/nodes/LMProxyCallScope.h"
+#include "lumetra/platform/LMException.h"
+#include "lumetra/platform/LMLog.h"
+
+#include <cstdio>
+
+namespace {
+
+// The same copy for a 2D texture, whose coordinates are normalised: the quad
+// gives texel positions, as for a rectangle texture.
+constexpr const char* kernelSource2D =
+    "uniform sampler2D lm_input;void main() {    "
+    "lm_output = texture(lm_input, lm_location / vec2(textureSize(lm_input, 0))).rgb; } ";
+
+std::string contextDescription(const LMContext* context)
+{
+    char description[48];
+    std::snprintf(description, sizeof(description), "<LMContext: %p>", static_cast<const void*>(context));
+    return description;
+}
+
+} // namespace
+
+LMFilterRef<LMFilterOpenGLTextureAdapter>
+LMFilterOpenGLTextureAdapter::filterWithContext(const std::shared_ptr<LMContext>& context)
+{
+    LMFilterRef<LMFilterOpenGLTextureAdapter> created = filter();
+    created->preloadWithContext(context);
+    created->setContext(context);
+    return created;
+}
+
+LMFilterOpenGLTextureAdapter::LMFilterOpenGLTextureAdapter()
+    : vaoState_(std::make_shared<LMVAOStateTextured>())
+{
+}
+
+LMFilterOpenGLTextureAdapter::~LMFilterOpenGLTextureAdapter()
+{
+    if (std::shared_ptr<LMContext> owner = vaoContext_.lock())
+        owner->executeOpenGL([&] { cleanUpVAOForContext(owner); });
+}
+
+void LMFilterOpenGLTextureAdapter::init()
+{
+    LMFilter::init();
+    textureTarget_ = GL_TEXTURE_RECTANGLE;
+    context_.reset();
+    vaoState_ = std::make_shared<LMVAOStateTextured>();
+    vaoContext_.reset();
+}
+
+std::string LMFilterOpenGLTextureAdapter::kernelSource() const
+{
+    return "uniform sampler2DRect lm_input;void main() {    lm_output = texture(lm_input, lm_location).rgb; } ";
+}
+
+void LMFilterOpenGLTextureAdapter::setTextureSize(LMSize size)
+{
+    textureSize_ = size;
+    vaoState_->setInputDims(size);
+}
+
+void LMFilterOpenGLTextureAdapter::setIsFlipped(bool flipped)
+{
+    isFlipped_ = flipped;
+    vaoState_->setIsFlipped(flipped);
+}
+
+void LMFilterOpenGLTextureAdapter::setScaler(std::shared_ptr<LMScaler> scaler)
+{
+    if (scaler == this->scaler())
+        return;
+    LMFilter::setScaler(scaler);
+    // The quad is shaped by the scaler, so a new one rebuilds it; otherwise a
+    // new content scale mode would show only once some size changed.
+    vaoState_->setScaler(std::move(scaler));
+    vaoState_->setNeedsVAOUpdate(true);
+}
+
+std::shared_ptr<LMImage> LMFilterOpenGLTextureAdapter::drawWithContext(const std::shared_ptr<LMContext>& context)
+{
+    // Drawing through the handle is not a setter.
+    LMProxyCallScope::claim(this);
+    if (!context)
+        return nullptr;
+    std::shared_ptr<LMContext> bound = context_.lock();
+    if (!bound) {
+        context_ = context;
+        bound = context;
+    }
+    if (bound != context)
+        throw LMException("LMFilterOpenGLTextureAdapter can only be used with a single context.",
+                          contextDescription(context.get()) + " is not the existing context, " +
+                              contextDescription(bound.get()) + ".");
+
+    // One trip to the GL queue; the steps inside run there at once.
+    std::shared_ptr<LMImage> output;
+    context->executeOpenGL([&] {
+        preloadWithContext(context);
+        output = applyProgramWithContext(context);
+    });
+    return output;
+}
+
+std::shared_ptr<LMImage>
+LMFilterOpenGLTextureAdapter::applyProgramWithContext(const std::shared_ptr<LMContext>& context)
+{
+    if (!context)
+        return nullptr;
+    updateVAOIfNeededForContext(context);
+    std::shared_ptr<LMProgram> program = programForTarget(context);
+    if (program && program->isLinked())
+        context->executeOpenGLNoContextSwitch([&] { program->useProgram(); });
+
+    std::shared_ptr<LMImage> output = LMImage::imageWithContext(context);
+    // Without a target nothing is bound: drawing now would land in the
+    // target bound before. The pool has said why.
+    if (!output->target())
+        return nullptr;
+    output->bind();
+
+    if (!program || !program->isLinked()) {
+        context->executeOpenGLNoContextSwitch([] {
+            glClearColor(0, 0, 0, 1);
+            glClear(GL_COLOR_BUFFER_BIT);
+        });
+        return output;
+    }
+    const std::shared_ptr<LMOpenGL>& gl = context->gl();
+    context->executeOpenGLNoContextSwitch([&] {
+        gl->setActiveTexture(GL_TEXTURE0);
+        // Unbound first: a name of another target fails to bind and then
+        // samples as black, not as whatever texture unit 0 held before.
+        glBindTexture(textureTarget_, 0);
+        glBindTexture(textureTarget_, texture_);
+        glUniform1i(program->uniformLocation("lm_input"), 0);
+        vaoState_->bindVAO(*gl);
+        glDrawArrays(GL_TRIANGLE_STRIP, 0, 4);
+    });
+    return output;
+}
+
+std::shared_ptr<LMProgram> LMFilterOpenGLTextureAdapter::programForTarget(const std::shared_ptr<LMContext>& context)
+{
+    if (textureTarget_ == GL_TEXTURE_RECTANGLE)
+        return program();
+    if (textureTarget_ != GL_TEXTURE_2D) {
+        LMLog("LMFilterOpenGLTextureAdapter: Cannot draw a texture of target 0x%04X; drawing black", textureTarget_);
+        return nullptr;
+    }
+    // A second program in the context's cache, named after the first.
+    const std::string name = className() + "2D";
+    if (std::shared_ptr<LMProgram> cached = context->getProgramWithName(name))
+        return cached;
+    std::string source = preprocessedFragmentShaderSource();
+    source.replace(source.size() - kernelSource().size(), std::string::npos, kernelSource2D);
+    return context->createProgramWithName(name, source.c_str());
+}
+
+std::shared_ptr<LMVAOStateTextured> LMFilterOpenGLTextureAdapter::newQuadState() const
+{
+    auto state = std::make_shared<LMVAOStateTextured>();
+    state->setInputDims(vaoState_->inputDims());
+    state->setOutputDims(vaoState_->outputDims());
+    state->setIsFlipped(vaoState_->isFlipped());
+    state->setScaler(vaoState_->scaler());
+    return state;
+}
+
+void LMFilterOpenGLTextureAdapter::updateVAOIfNeededForContext(const std::shared_ptr<LMContext>& context)
+{
+    // Vertex arrays belong to one GL context: a quad made in a context that
+    // has gone (the filter then binds to the next one) is made anew here.
+    if (vaoState_->hasExistingVAO() && vaoContext_.lock() != context) {
+        if (std::shared_ptr<LMContext> previous = vaoContext_.lock())
+            previous->executeOpenGL([&] { cleanUpVAOForContext(previous); });
+        vaoState_ = newQuadState();
+    }
+    vaoContext_ = context;
+
+    std::shared_ptr<LMProgram> program = this->program();
+    context->executeOpenGLNoContextSwitch([&] {
+        vaoState_->setOutputDims(context->dimensions());
+        if (!vaoState_->update(*context->gl()) || !program)
+            return;
+        // The new vertex array, bound by the update, records the layout.
+        constexpr GLsizei stride = 4 * sizeof(float);
+        const GLint position = program->attributeLocation("in_Position");
+        if (position >= 0) {
+            glEnableVertexAttribArray(static_cast<GLuint>(position));
+            glVertexAttribPointer(static_cast<GLuint>(position), 2, GL_FLOAT, GL_FALSE, stride, nullptr);
+        }
+        const GLint texCoord = program->attributeLocation("in_TexCoord");
+        if (texCoord >= 0) {
+            glEnableVertexAttribArray(static_cast<GLuint>(texCoord));
+            glVertexAttribPointer(static_cast<GLuint>(texCoord), 2, GL_FLOAT, GL_TRUE, stride,
+                                  reinterpret_cast<const void*>(2 * sizeof(float)));
+        }
+    });
+}
+
+void LMFilterOpenGLTextureAdapter::cleanUpVAOForContext(const std::shared_ptr<LMContext>& context)
+{
+    if (context)
+        context->executeOpenGLNoContextSwitch([&] { vaoState_->cleanup(); });
+}

@@ -1,0 +1,123 @@
+// The crossings between pictures and contexts, members of LMPicture kept
+// here so that the platform folder does not depend on the drawing graph.
+
+#include "lumetra/platform/LMPicture.h"
+
+#include "lumetra/context/LMContext.h"
+#include "lumetra/graph/LMImage.h"
+#include "lumetra/interop/LMOpenGLTextureAdapter.h"
+#include "lumetra/platform/LMLog.h"
+
+namespace {
+
+// What drawing onto a transparent canvas gives: colour times alpha. Render
+// targets keep no alpha, so transparent parts of a picture come out black
+// rather than in whatever colour their invisible pixels happen to hold.
+void multiplyByAlpha(LMBitmap& bitmap)
+{
+    for (int32_t y = 0; y < bitmap.pixelsHigh(); ++y) {
+        uint8_t* pixel = bitmap.rowAt(y);
+        for (int32_t x = 0; x < bitmap.pixelsWide(); ++x, pixel += 4) {
+            const unsigned alpha = pixel[3];
+            if (alpha == 255)
+                continue;
+            for (int sample = 0; sample < 3; ++sample)
+                pixel[sample] = static_cast<uint8_t>((pixel[sample] * alpha + 127) / 255);
+        }
+    }
+}
+
+void drainGLErrors()
+{
+    while (glGetError() != GL_NO_ERROR) {
+    }
+}
+
+} // namespace
+
+GLuint LMPicture::glTextureWithContext(const std::shared_ptr<LMContext>& context) const
+{
+    if (!context)
+        return 0;
+    // Drawing and flipping on the calling thread; only the upload on the GL queue.
+    std::shared_ptr<LMBitmap> raster = rasterizedBitmap();
+    if (!raster)
+        return 0;
+    std::shared_ptr<LMBitmap> upright = flippedBIR(raster, raster->pixelsWide(), raster->pixelsHigh());
+    if (!upright)
+        return 0;
+    multiplyByAlpha(*upright);
+
+    GLuint texture = 0;
+    context->executeOpenGL([&] {
+        // Whatever earlier work left pending must not read as our failure.
+        drainGLErrors();
+        // Rows are padded: GL must step by the bitmap's true row length.
+        glPixelStorei(GL_UNPACK_ROW_LENGTH, upright->bytesPerRow() * 8 / upright->bitsPerPixel());
+        glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
+        glGenTextures(1, &texture);
+        glBindTexture(GL_TEXTURE_RECTANGLE, texture);
+        glTexImage2D(GL_TEXTURE_RECTANGLE, 0, GL_RGBA8, upright->pixelsWide(), upright->pixelsHigh(), 0, GL_RGBA,
+                     GL_UNSIGNED_BYTE, upright->bitmapData());
+        // Back to GL's defaults, for whoever uploads next in this context.
+        glPixelStorei(GL_UNPACK_ROW_LENGTH, 0);
+        glPixelStorei(GL_UNPACK_ALIGNMENT, 4);
+        if (glGetError() != GL_NO_ERROR) {
+            LMLog("LMPicture: Error uploading a texture of %d by %d pixels", upright->pixelsWide(),
+                  upright->pixelsHigh());
+            glDeleteTextures(1, &texture);
+            texture = 0;
+        }
+    });
+    return texture;
+}
+
+std::shared_ptr<LMImage> LMPicture::lumetraImageWithContext(const std::shared_ptr<LMContext>& context) const
+{
+    return lumetraImageWithContext(context, LMContentScaleModeFill);
+}
+
+std::shared_ptr<LMImage> LMPicture::lumetraImageWithContext(const std::shared_ptr<LMContext>& context,
+                                                           LMContentScaleMode mode) const
+{
+    const GLuint texture = glTextureWithContext(context);
+    if (!texture)
+        return nullptr;
+
+    auto adapter = LMOpenGLTextureAdapter::adapterWithContext(context);
+    adapter->setContentScaleMode(mode);
+    // The texture's own size in texels, not the size in points: a 3.9 point
+    // wide picture has 3 texels, and sampling up to 3.9 would smear the last
+    // column.
+    const LMSize texels{static_cast<double>(LMTruncateToGLint(size_.width)),
+                        static_cast<double>(LMTruncateToGLint(size_.height))};
+    std::shared_ptr<LMImage> image = adapter->convertTexture(texture, texels);
+    context->executeOpenGL([&] { glDeleteTextures(1, &texture); });
+    return image;
+}
+
+std::shared_ptr<LMPicture> LMPicture::imageWithLMImage(const std::shared_ptr<LMImage>& image)
+{
+    std::shared_ptr<LMContext> context = image ? image->context() : nullptr;
+    if (!context || !image->target())
+        return nullptr;
+    const GLint width = LMFloorToGLint(image->dimensions().width);
+    const GLint height = LMFloorToGLint(image->dimensions().height);
+    std::shared_ptr<LMBitmap> readBack = newBIR(width, height);
+    if (!readBack)
+        return nullptr;
+
+    context->executeOpenGL([&] {
+        glBindFramebuffer(GL_READ_FRAMEBUFFER, image->framebuffer());
+        // Rows are padded: GL must step by the bitmap's true row length.
+        glPixelStorei(GL_PACK_ROW_LENGTH, readBack->bytesPerRow() * 8 / readBack->bitsPerPixel());
+        glReadPixels(0, 0, width, height, GL_RGBA, GL_UNSIGNED_BYTE, readBack->bitmapData());
+        glPixelStorei(GL_PACK_ROW_LENGTH, 0);
+    });
+    // GL's rows run bottom-up, a picture's top-down.
+    std::shared_ptr<LMBitmap> upright = flippedBIR(readBack, width, height);
+    if (!upright)
+        return nullptr;
+    return std::shared_ptr<LMPicture>(
+        new LMPicture(std::move(upright), {static_cast<double>(width), static_cast<double>(height)}));
+}

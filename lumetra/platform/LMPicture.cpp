@@ -1,0 +1,139 @@
+#include "lumetra/platform/LMPicture.h"
+
+#include "lumetra/platform/LMLog.h"
+#include "lumetra/platform/LMPictureFiles.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstring>
+
+namespace {
+
+struct FileCloser {
+    void operator()(std::FILE* file) const { std::fclose(file); }
+};
+using FileHandle = std::unique_ptr<std::FILE, FileCloser>;
+
+enum class PictureFormat { png, jpeg, unknown };
+
+// By content, not by name: files are often misnamed.
+PictureFormat formatOfFile(std::FILE* file)
+{
+    std::array<unsigned char, 8> start{};
+    const size_t length = std::fread(start.data(), 1, start.size(), file);
+    std::rewind(file);
+    static constexpr std::array<unsigned char, 8> pngSignature = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
+    if (length == pngSignature.size() && start == pngSignature)
+        return PictureFormat::png;
+    if (length >= 3 && start[0] == 0xFF && start[1] == 0xD8 && start[2] == 0xFF)
+        return PictureFormat::jpeg;
+    return PictureFormat::unknown;
+}
+
+// Nearest sample: a bitmap drawn at its own size is copied exactly.
+void drawScaled(const LMBitmap& source, LMSize pointSize, LMBitmap& destination)
+{
+    const double stepX = source.pixelsWide() / pointSize.width;
+    const double stepY = source.pixelsHigh() / pointSize.height;
+    for (int32_t y = 0; y < destination.pixelsHigh(); ++y) {
+        const auto sourceY = std::min(static_cast<int32_t>((y + 0.5) * stepY), source.pixelsHigh() - 1);
+        const uint8_t* sourceRow = source.rowAt(sourceY);
+        uint8_t* row = destination.rowAt(y);
+        for (int32_t x = 0; x < destination.pixelsWide(); ++x) {
+            const auto sourceX = std::min(static_cast<int32_t>((x + 0.5) * stepX), source.pixelsWide() - 1);
+            std::memcpy(row + x * 4, sourceRow + sourceX * 4, 4);
+        }
+    }
+}
+
+} // namespace
+
+LMPicture::LMPicture(std::shared_ptr<LMBitmap> bitmap, LMSize size)
+    : bitmap_(std::move(bitmap))
+    , size_(size)
+{
+}
+
+std::shared_ptr<LMPicture> LMPicture::pictureWithBitmap(std::shared_ptr<LMBitmap> bitmap)
+{
+    if (!bitmap)
+        return nullptr;
+    const LMSize size{static_cast<double>(bitmap->pixelsWide()), static_cast<double>(bitmap->pixelsHigh())};
+    return std::shared_ptr<LMPicture>(new LMPicture(std::move(bitmap), size));
+}
+
+std::shared_ptr<LMPicture> LMPicture::pictureWithContentsOfFile(const std::string& path)
+{
+    FileHandle file(std::fopen(path.c_str(), "rb"));
+    if (!file) {
+        LMLog("LMPicture: Cannot open %s: %s", path.c_str(), std::strerror(errno));
+        return nullptr;
+    }
+
+    std::string error;
+    std::shared_ptr<LMBitmap> bitmap;
+    switch (formatOfFile(file.get())) {
+    case PictureFormat::png:
+        bitmap = LMReadPNGFile(file.get(), error);
+        break;
+    case PictureFormat::jpeg:
+        bitmap = LMReadJPEGFile(file.get(), error);
+        break;
+    case PictureFormat::unknown:
+        LMLog("LMPicture: %s is neither a PNG nor a JPEG file", path.c_str());
+        return nullptr;
+    }
+    if (!bitmap) {
+        LMLog("LMPicture: Cannot read %s: %s", path.c_str(), error.c_str());
+        return nullptr;
+    }
+    return pictureWithBitmap(std::move(bitmap));
+}
+
+std::shared_ptr<LMBitmap> LMPicture::rasterizedBitmap() const
+{
+    const GLint width = LMTruncateToGLint(size_.width);
+    const GLint height = LMTruncateToGLint(size_.height);
+    if (width <= 0 || height <= 0) {
+        LMLog("LMPicture: Cannot draw a picture of %g by %g points", size_.width, size_.height);
+        return nullptr;
+    }
+    std::shared_ptr<LMBitmap> raster = newBIR(width, height);
+    if (!raster)
+        return nullptr;
+
+    if (bitmap_->pixelsWide() == width && bitmap_->pixelsHigh() == height) {
+        for (int32_t y = 0; y < height; ++y)
+            std::memcpy(raster->rowAt(y), bitmap_->rowAt(y), static_cast<size_t>(width) * 4);
+    } else {
+        drawScaled(*bitmap_, size_, *raster);
+    }
+    return raster;
+}
+
+bool LMPicture::writePNGToFile(const std::string& path) const
+{
+    std::shared_ptr<LMBitmap> raster = rasterizedBitmap();
+    if (!raster)
+        return false;
+    FileHandle file(std::fopen(path.c_str(), "wb"));
+    if (!file) {
+        LMLog("LMPicture: Cannot write %s: %s", path.c_str(), std::strerror(errno));
+        return false;
+    }
+
+    std::string error;
+    bool written = LMWritePNGFile(*raster, file.get(), error);
+    // A full disk shows only when the buffered rest is flushed.
+    if (written && std::fclose(file.release()) != 0) {
+        written = false;
+        error = std::strerror(errno);
+    }
+    if (!written) {
+        file.reset();
+        std::remove(path.c_str());
+        LMLog("LMPicture: Cannot write %s: %s", path.c_str(), error.c_str());
+    }
+    return written;
+}
