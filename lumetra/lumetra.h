@@ -66,4 +66,6 @@
 #include "lumetra/diagnostics/LMPerformanceMonitor.h"
 #include "lumetra/diagnostics/LMTargetAction.h"
 
+#include "lumetra/view/LMDrawableView.h"
+
 #include "lumetra/filters/LMFilters.h"

@@ -9,6 +9,7 @@ packages=(
   libx11-dev
   libpng-dev libjpeg-dev
   libgtest-dev libbenchmark-dev
+  xvfb xauth
 )
 
 missing=()

@@ -6,7 +6,9 @@
 
 #include <EGL/egl.h>
 #include <EGL/eglext.h>
+#include <X11/Xlib.h>
 #include <cstring>
+#include <vector>
 
 namespace {
 
@@ -21,6 +23,38 @@ bool isSoftwareRenderer(const char* renderer)
             return true;
     }
     return false;
+}
+
+// A window surface needs a config whose native visual is the window's. Of
+// those, one that can keep the back buffer across a swap is preferred, so
+// that what a frame does not draw over stays on screen.
+EGLConfig windowConfig(EGLDisplay display, Display* x11, Window window)
+{
+    XWindowAttributes attributes;
+    if (!XGetWindowAttributes(x11, window, &attributes))
+        return nullptr;
+    const VisualID visual = XVisualIDFromVisual(attributes.visual);
+
+    const EGLint wanted[] = {EGL_SURFACE_TYPE, EGL_WINDOW_BIT, EGL_RENDERABLE_TYPE, EGL_OPENGL_BIT, EGL_NONE};
+    EGLint count = 0;
+    if (!eglChooseConfig(display, wanted, nullptr, 0, &count) || count <= 0)
+        return nullptr;
+    std::vector<EGLConfig> configs(static_cast<size_t>(count));
+    eglChooseConfig(display, wanted, configs.data(), count, &count);
+
+    EGLConfig chosen = nullptr;
+    for (EGLConfig config : configs) {
+        EGLint nativeVisual = 0, surfaceType = 0;
+        eglGetConfigAttrib(display, config, EGL_NATIVE_VISUAL_ID, &nativeVisual);
+        eglGetConfigAttrib(display, config, EGL_SURFACE_TYPE, &surfaceType);
+        if (static_cast<VisualID>(nativeVisual) != visual)
+            continue;
+        if (surfaceType & EGL_SWAP_BEHAVIOR_PRESERVED_BIT)
+            return config;
+        if (!chosen)
+            chosen = config;
+    }
+    return chosen;
 }
 
 } // namespace
@@ -72,6 +106,8 @@ LMOpenGLContext::~LMOpenGLContext()
     // A context still current on another thread is destroyed by EGL once that
     // thread lets go of it.
     eglDestroyContext(display_, context_);
+    if (windowSurface_)
+        eglDestroySurface(display_, windowSurface_);
     if (fallbackSurface_)
         eglDestroySurface(display_, fallbackSurface_);
 }
@@ -101,10 +137,76 @@ bool LMOpenGLContext::rendersInSoftware()
     return software;
 }
 
+bool LMOpenGLContext::setView(unsigned long x11Window)
+{
+    if (!context_ || x11Window == window_)
+        return true;
+    destroyWindowSurface();
+    if (x11Window == 0)
+        return true;
+
+    LMEGLDisplay* display = LMEGLDisplay::shared();
+    Display* x11 = display ? static_cast<Display*>(display->x11Display()) : nullptr;
+    if (!x11) {
+        LMLog("LMOpenGLContext: Window surfaces need the X11 platform, not the %s platform",
+              LMEGLDisplay::platformName(display ? display->platform() : LMEGLPlatform::Automatic));
+        return false;
+    }
+    EGLConfig config = windowConfig(display_, x11, static_cast<Window>(x11Window));
+    Window window = static_cast<Window>(x11Window);
+    EGLSurface surface = config ? eglCreatePlatformWindowSurface(display_, config, &window, nullptr) : EGL_NO_SURFACE;
+    if (surface == EGL_NO_SURFACE) {
+        LMLog("LMOpenGLContext: No window surface for X11 window 0x%lx (EGL error 0x%x)", x11Window, eglGetError());
+        return false;
+    }
+    EGLint surfaceType = 0;
+    eglGetConfigAttrib(display_, config, EGL_SURFACE_TYPE, &surfaceType);
+    if (surfaceType & EGL_SWAP_BEHAVIOR_PRESERVED_BIT)
+        eglSurfaceAttrib(display_, surface, EGL_SWAP_BEHAVIOR, EGL_BUFFER_PRESERVED);
+
+    windowSurface_ = surface;
+    window_ = x11Window;
+    // A context already current here would go on drawing where it was.
+    if (isCurrent())
+        makeCurrentContext();
+    return true;
+}
+
+void LMOpenGLContext::destroyWindowSurface()
+{
+    if (!windowSurface_)
+        return;
+    EGLSurface surface = windowSurface_;
+    windowSurface_ = nullptr;
+    window_ = 0;
+    // Off the surface first: EGL would keep a current surface alive, and its
+    // window may be destroyed right after.
+    if (isCurrent() && !eglMakeCurrent(display_, drawSurface(), drawSurface(), context_))
+        clearCurrentContext();
+    eglDestroySurface(display_, surface);
+}
+
+void LMOpenGLContext::flushBuffer()
+{
+    if (windowSurface_)
+        eglSwapBuffers(display_, windowSurface_);
+}
+
+void LMOpenGLContext::update()
+{
+    if (!windowSurface_ || !isCurrent())
+        return;
+    // Binding the surface again makes EGL read the window's size anew; Mesa
+    // would otherwise draw the next frame at the size it last saw.
+    eglMakeCurrent(display_, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
+    if (!eglMakeCurrent(display_, windowSurface_, windowSurface_, context_))
+        LMLog("LMOpenGLContext: eglMakeCurrent failed with EGL error 0x%x", eglGetError());
+}
+
 void LMOpenGLContext::makeCurrentContext()
 {
     eglBindAPI(EGL_OPENGL_API);
-    if (!eglMakeCurrent(display_, fallbackSurface_, fallbackSurface_, context_)) {
+    if (!eglMakeCurrent(display_, drawSurface(), drawSurface(), context_)) {
         LMLog("LMOpenGLContext: eglMakeCurrent failed with EGL error 0x%x", eglGetError());
         return;
     }

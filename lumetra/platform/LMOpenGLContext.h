@@ -34,6 +34,18 @@ public:
     void lock() { mutex_.lock(); }
     void unlock() { mutex_.unlock(); }
 
+    // Attaches an EGL window surface for the X11 window (an Xlib Window id on
+    // the process's X11 display), replacing any earlier one; 0 detaches. From
+    // then on the context draws into the window whenever it is made current.
+    // False, with a log line, when no surface can be made for the window.
+    bool setView(unsigned long x11Window);
+    unsigned long view() const { return window_; }
+    // Shows what was drawn into the attached window. Does nothing without one.
+    void flushBuffer();
+    // Makes the context, current on the calling thread, draw at its window's
+    // present size: call it after the window was resized.
+    void update();
+
     std::shared_ptr<LMOpenGLPixelFormat> pixelFormat() const { return pixelFormat_; }
     void* eglContext() const { return context_; }
     void* eglDisplay() const { return display_; }
@@ -41,11 +53,15 @@ public:
 private:
     LMOpenGLContext() = default;
     bool rendersInSoftware();
+    void* drawSurface() const { return windowSurface_ ? windowSurface_ : fallbackSurface_; }
+    void destroyWindowSurface();
 
     std::shared_ptr<LMOpenGLPixelFormat> pixelFormat_;
     void* display_ = nullptr;
     void* context_ = nullptr;
     // Only for displays that cannot make a context current without a surface.
     void* fallbackSurface_ = nullptr;
+    void* windowSurface_ = nullptr;
+    unsigned long window_ = 0;
     std::recursive_mutex mutex_;
 };

@@ -1,0 +1,65 @@
+// Every test of this suite draws into windows of a virtual X server of its
+// own: Xvfb picks a free display number and names it on a pipe once it
+// accepts connections. DISPLAY is set before any test makes a GL context, so
+// the process's EGL display is the X11 one.
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <poll.h>
+#include <string>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+class XvfbServer : public testing::Environment {
+public:
+    void SetUp() override
+    {
+        int pipeFds[2];
+        ASSERT_EQ(pipe(pipeFds), 0);
+        pid_ = fork();
+        ASSERT_GE(pid_, 0);
+        if (pid_ == 0) {
+            // The server ends with this process, however the process ends.
+            prctl(PR_SET_PDEATHSIG, SIGTERM);
+            close(pipeFds[0]);
+            if (!std::getenv("LUMETRA_XVFB_VERBOSE")) {
+                freopen("/dev/null", "w", stdout);
+                freopen("/dev/null", "w", stderr);
+            }
+            const std::string fd = std::to_string(pipeFds[1]);
+            execlp("Xvfb", "Xvfb", "-displayfd", fd.c_str(), "-screen", "0", "1024x768x24", "-nolisten", "tcp",
+                   static_cast<char*>(nullptr));
+            _exit(127);
+        }
+        close(pipeFds[1]);
+        std::string number;
+        pollfd ready{pipeFds[0], POLLIN, 0};
+        char c = 0;
+        while (poll(&ready, 1, 20000) > 0 && read(pipeFds[0], &c, 1) == 1 && c != '\n')
+            number += c;
+        close(pipeFds[0]);
+        ASSERT_FALSE(number.empty()) << "Xvfb did not start: these tests need the Debian package xvfb "
+                                        "(scripts/install-deps.sh installs it)";
+        setenv("DISPLAY", (":" + number).c_str(), 1);
+    }
+
+    void TearDown() override
+    {
+        if (pid_ <= 0)
+            return;
+        kill(pid_, SIGTERM);
+        waitpid(pid_, nullptr, 0);
+    }
+
+private:
+    pid_t pid_ = -1;
+};
+
+[[maybe_unused]] testing::Environment* const xvfbServer = testing::AddGlobalTestEnvironment(new XvfbServer);
+
+} // namespace
