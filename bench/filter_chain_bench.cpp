@@ -42,8 +42,7 @@ LMFilterRef<ChainFilter> buildChain(int length)
 void BM_LibraryChain(benchmark::State& state)
 {
     const int length = static_cast<int>(state.range(0));
-    const double side = static_cast<double>(state.range(1));
-    auto context = quietContext({side, side * 9 / 16});
+    auto context = quietContext({static_cast<double>(state.range(1)), static_cast<double>(state.range(2))});
     auto top = buildChain(length);
     top->drawWithContext(context);
     for (auto _ : state) {
@@ -55,8 +54,7 @@ void BM_LibraryChain(benchmark::State& state)
 void BM_PlainGLChain(benchmark::State& state)
 {
     const int length = static_cast<int>(state.range(0));
-    const double side = static_cast<double>(state.range(1));
-    auto context = quietContext({side, side * 9 / 16});
+    auto context = quietContext({static_cast<double>(state.range(1)), static_cast<double>(state.range(2))});
     PlainGLChain chain(*context, length, kernel);
     chain.drawAndFinish();
     for (auto _ : state)
@@ -65,12 +63,12 @@ void BM_PlainGLChain(benchmark::State& state)
 
 void chainArguments(benchmark::internal::Benchmark* benchmark)
 {
-    // Widths 16, 640 and 1920 at 16:9: 16x9, 640x360, 1920x1080.
-    for (int side : {16, 640, 1920}) {
+    const int sizes[][2] = {{16, 16}, {640, 480}, {1920, 1080}};
+    for (const auto& size : sizes) {
         for (int length : {1, 4, 8})
-            benchmark->Args({length, side});
+            benchmark->Args({length, size[0], size[1]});
     }
-    benchmark->ArgNames({"filters", "width"})->Unit(benchmark::kMicrosecond)->Repetitions(3)->ReportAggregatesOnly(true);
+    benchmark->ArgNames({"filters", "width", "height"})->Unit(benchmark::kMicrosecond)->Repetitions(3)->ReportAggregatesOnly(true);
 }
 BENCHMARK(BM_LibraryChain)->Apply(chainArguments);
 BENCHMARK(BM_PlainGLChain)->Apply(chainArguments);
