@@ -340,20 +340,8 @@ void LMFilter::updateVAOIfNeededForContext(const std::shared_ptr<LMContext>& con
     std::shared_ptr<LMProgram> program = program_.lock();
     context->executeOpenGLNoContextSwitch([&] {
         vaoState_->setInputDims(context->dimensions());
-        if (vaoState_->update(*context->gl()) && program) {
-            constexpr GLsizei stride = 4 * sizeof(float);
-            const GLint position = program->attributeLocation("in_Position");
-            if (position >= 0) {
-                glEnableVertexAttribArray(static_cast<GLuint>(position));
-                glVertexAttribPointer(static_cast<GLuint>(position), 2, GL_FLOAT, GL_FALSE, stride, nullptr);
-            }
-            const GLint texCoord = program->attributeLocation("in_TexCoord");
-            if (texCoord >= 0) {
-                glEnableVertexAttribArray(static_cast<GLuint>(texCoord));
-                glVertexAttribPointer(static_cast<GLuint>(texCoord), 2, GL_FLOAT, GL_TRUE, stride,
-                                      reinterpret_cast<const void*>(2 * sizeof(float)));
-            }
-        }
+        if (vaoState_->update(*context->gl()) && program)
+            LMVAOStateTextured::describeVertexLayout(*program);
         vaoState_->bindVAO(*context->gl());
     });
 }

@@ -9,6 +9,8 @@
 
 #include <memory>
 
+class LMProgram;
+
 // A quad of a filter's own, for drawing at a size other than the context's or
 // from a texture of another size: its corners place the input inside the
 // output as the scaler says, its texture coordinates span the input in
@@ -32,6 +34,9 @@ public:
     // layout yet: the caller describes it while the array is bound.
     bool update(LMOpenGL& gl);
     void bindVAO(LMOpenGL& gl);
+    // Records, in the vertex array bound now (a new one after update), where
+    // the program's "in_Position" and "in_TexCoord" read the quad.
+    static void describeVertexLayout(LMProgram& program);
     // Deletes the GL vertex array and buffer; on the GL queue.
     void cleanup();
 

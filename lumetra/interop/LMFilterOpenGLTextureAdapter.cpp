@@ -188,18 +188,7 @@ void LMFilterOpenGLTextureAdapter::updateVAOIfNeededForContext(const std::shared
         if (!vaoState_->update(*context->gl()) || !program)
             return;
         // The new vertex array, bound by the update, records the layout.
-        constexpr GLsizei stride = 4 * sizeof(float);
-        const GLint position = program->attributeLocation("in_Position");
-        if (position >= 0) {
-            glEnableVertexAttribArray(static_cast<GLuint>(position));
-            glVertexAttribPointer(static_cast<GLuint>(position), 2, GL_FLOAT, GL_FALSE, stride, nullptr);
-        }
-        const GLint texCoord = program->attributeLocation("in_TexCoord");
-        if (texCoord >= 0) {
-            glEnableVertexAttribArray(static_cast<GLuint>(texCoord));
-            glVertexAttribPointer(static_cast<GLuint>(texCoord), 2, GL_FLOAT, GL_TRUE, stride,
-                                  reinterpret_cast<const void*>(2 * sizeof(float)));
-        }
+        LMVAOStateTextured::describeVertexLayout(*program);
     });
 }
 
