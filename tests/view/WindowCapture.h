@@ -23,7 +23,7 @@ public:
             return 0xFF000000;
         return pixels_[static_cast<size_t>((height_ - 1 - y) * width_ + x)];
     }
-    // An uncompressed RGB PNG, for a person to look at.
+    // A PNG, for a person to look at.
     bool writePNG(const std::string& path) const;
 
 private:
