@@ -1,5 +1,6 @@
 #include "support/LogCapture.h"
 #include "support/ProcessStats.h"
+#include "support/VertexAttributeState.h"
 
 #include <lumetra/context/LMContext.h>
 #include <lumetra/platform/LMEGLDisplay.h>
@@ -124,43 +125,17 @@ TEST(LMContext, SharedVertexArrayRecordsTheQuadLayout)
     auto context = LMContext::contextWithDimensions({32, 16});
     context->bindToSharedVAO();
 
-    struct Attribute {
-        GLint enabled, size, type, normalized, stride, buffer;
-        void* pointer;
-    };
-    Attribute attributes[2] = {};
+    VertexAttributeState position{}, texCoord{};
     GLint boundArray = 0;
     context->executeOpenGL([&] {
         glGetIntegerv(GL_VERTEX_ARRAY_BINDING, &boundArray);
-        for (GLuint index = 0; index < 2; ++index) {
-            Attribute& a = attributes[index];
-            glGetVertexAttribiv(index, GL_VERTEX_ATTRIB_ARRAY_ENABLED, &a.enabled);
-            glGetVertexAttribiv(index, GL_VERTEX_ATTRIB_ARRAY_SIZE, &a.size);
-            glGetVertexAttribiv(index, GL_VERTEX_ATTRIB_ARRAY_TYPE, &a.type);
-            glGetVertexAttribiv(index, GL_VERTEX_ATTRIB_ARRAY_NORMALIZED, &a.normalized);
-            glGetVertexAttribiv(index, GL_VERTEX_ATTRIB_ARRAY_STRIDE, &a.stride);
-            glGetVertexAttribiv(index, GL_VERTEX_ATTRIB_ARRAY_BUFFER_BINDING, &a.buffer);
-            glGetVertexAttribPointerv(index, GL_VERTEX_ATTRIB_ARRAY_POINTER, &a.pointer);
-        }
+        position = VertexAttributeState::read(LM_ATTRIBUTE_INDEX_POSITION);
+        texCoord = VertexAttributeState::read(LM_ATTRIBUTE_INDEX_TEXTURE_COORDS);
     });
     EXPECT_EQ(static_cast<GLuint>(boundArray), context->sharedVAO()->number());
     const GLint vbo = static_cast<GLint>(context->sharedVBO()->number());
-    const Attribute& position = attributes[LM_ATTRIBUTE_INDEX_POSITION];
-    const Attribute& texCoord = attributes[LM_ATTRIBUTE_INDEX_TEXTURE_COORDS];
-    EXPECT_EQ(position.enabled, GL_TRUE);
-    EXPECT_EQ(position.size, 2);
-    EXPECT_EQ(position.type, GL_FLOAT);
-    EXPECT_EQ(position.normalized, GL_FALSE);
-    EXPECT_EQ(position.stride, 16);
-    EXPECT_EQ(position.pointer, reinterpret_cast<void*>(0));
-    EXPECT_EQ(position.buffer, vbo);
-    EXPECT_EQ(texCoord.enabled, GL_TRUE);
-    EXPECT_EQ(texCoord.size, 2);
-    EXPECT_EQ(texCoord.type, GL_FLOAT);
-    EXPECT_EQ(texCoord.normalized, GL_TRUE);
-    EXPECT_EQ(texCoord.stride, 16);
-    EXPECT_EQ(texCoord.pointer, reinterpret_cast<void*>(8));
-    EXPECT_EQ(texCoord.buffer, vbo);
+    EXPECT_EQ(position, (VertexAttributeState{GL_TRUE, 2, GL_FLOAT, GL_FALSE, 16, 0, vbo}));
+    EXPECT_EQ(texCoord, (VertexAttributeState{GL_TRUE, 2, GL_FLOAT, GL_TRUE, 16, 8, vbo}));
 }
 
 TEST(LMContext, SharedVertexShaderIsCompiledFromTheSharedSource)

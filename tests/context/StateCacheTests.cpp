@@ -1,3 +1,5 @@
+#include "support/VertexAttributeState.h"
+
 #include <lumetra/context/LMContext.h>
 #include <lumetra/context/LMOpenGL.h>
 #include <lumetra/context/LMVertexArrayBuilder.h>
@@ -138,22 +140,12 @@ TEST_F(GLTest, BuilderLaysOutInterleavedAttributes)
             GLint bound = 0;
             glGetIntegerv(GL_VERTEX_ARRAY_BINDING, &bound);
             EXPECT_EQ(static_cast<GLuint>(bound), array->number()) << "the new array is left bound";
+            GLint buffer = 0;
+            glGetIntegerv(GL_ARRAY_BUFFER_BINDING, &buffer);
             for (size_t i = 0; i < layout.sizes.size(); ++i) {
-                const GLuint location = static_cast<GLuint>(i + 2);
-                GLint enabled = 0, size = 0, stride = 0, type = 0, normalized = -1;
-                void* pointer = nullptr;
-                glGetVertexAttribiv(location, GL_VERTEX_ATTRIB_ARRAY_ENABLED, &enabled);
-                glGetVertexAttribiv(location, GL_VERTEX_ATTRIB_ARRAY_SIZE, &size);
-                glGetVertexAttribiv(location, GL_VERTEX_ATTRIB_ARRAY_STRIDE, &stride);
-                glGetVertexAttribiv(location, GL_VERTEX_ATTRIB_ARRAY_TYPE, &type);
-                glGetVertexAttribiv(location, GL_VERTEX_ATTRIB_ARRAY_NORMALIZED, &normalized);
-                glGetVertexAttribPointerv(location, GL_VERTEX_ATTRIB_ARRAY_POINTER, &pointer);
-                EXPECT_EQ(enabled, GL_TRUE);
-                EXPECT_EQ(size, layout.sizes[i]);
-                EXPECT_EQ(stride, layout.stride);
-                EXPECT_EQ(type, GL_FLOAT);
-                EXPECT_EQ(normalized, GL_FALSE);
-                EXPECT_EQ(reinterpret_cast<uintptr_t>(pointer), layout.offsets[i]);
+                EXPECT_EQ(VertexAttributeState::read(static_cast<GLuint>(i + 2)),
+                          (VertexAttributeState{GL_TRUE, layout.sizes[i], GL_FLOAT, GL_FALSE, layout.stride,
+                                                layout.offsets[i], buffer}));
             }
             array->cleanup();
         }
