@@ -7,6 +7,7 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <functional>
 
 namespace {
 
@@ -114,6 +115,21 @@ std::shared_ptr<LMBitmap> LMPicture::rasterizedBitmap() const
 
 bool LMPicture::writePNGToFile(const std::string& path) const
 {
+    return writeToFile(path, [](const LMBitmap& raster, std::FILE* file, std::string& error) {
+        return LMWritePNGFile(raster, file, error);
+    });
+}
+
+bool LMPicture::writeJPEGToFile(const std::string& path, int quality) const
+{
+    return writeToFile(path, [quality](const LMBitmap& raster, std::FILE* file, std::string& error) {
+        return LMWriteJPEGFile(raster, file, quality, error);
+    });
+}
+
+bool LMPicture::writeToFile(const std::string& path,
+                            const std::function<bool(const LMBitmap&, std::FILE*, std::string&)>& write) const
+{
     std::shared_ptr<LMBitmap> raster = rasterizedBitmap();
     if (!raster)
         return false;
@@ -124,7 +140,7 @@ bool LMPicture::writePNGToFile(const std::string& path) const
     }
 
     std::string error;
-    bool written = LMWritePNGFile(*raster, file.get(), error);
+    bool written = write(*raster, file.get(), error);
     // A full disk shows only when the buffered rest is flushed.
     if (written && std::fclose(file.release()) != 0) {
         written = false;

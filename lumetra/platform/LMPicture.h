@@ -5,6 +5,8 @@
 #include "lumetra/platform/LMGL.h"
 #include "lumetra/platform/LMSize.h"
 
+#include <cstdio>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -35,6 +37,8 @@ public:
     std::shared_ptr<LMBitmap> rasterizedBitmap() const;
     // Writes the rasterised picture as an 8-bit RGBA PNG; false, logged, on failure.
     bool writePNGToFile(const std::string& path) const;
+    // The same as a colour JPEG (alpha dropped), quality 1 to 100.
+    bool writeJPEGToFile(const std::string& path, int quality = 90) const;
 
     // Crossings into and out of a context. GL work runs on the context's GL
     // queue; drawing bitmaps runs on the calling thread.
@@ -56,6 +60,8 @@ public:
     static std::shared_ptr<LMPicture> imageWithLMImage(const std::shared_ptr<LMImage>& image);
 
 private:
+    bool writeToFile(const std::string& path,
+                     const std::function<bool(const LMBitmap&, std::FILE*, std::string&)>& write) const;
     LMPicture(std::shared_ptr<LMBitmap> bitmap, LMSize size);
 
     std::shared_ptr<LMBitmap> bitmap_;

@@ -18,3 +18,5 @@ std::shared_ptr<LMBitmap> LMReadPNGFile(std::FILE* file, std::string& error);
 std::shared_ptr<LMBitmap> LMReadJPEGFile(std::FILE* file, std::string& error);
 // The bitmap as an 8-bit RGBA PNG.
 bool LMWritePNGFile(const LMBitmap& bitmap, std::FILE* file, std::string& error);
+// The bitmap as a baseline colour JPEG (alpha dropped); quality 1 to 100.
+bool LMWriteJPEGFile(const LMBitmap& bitmap, std::FILE* file, int quality, std::string& error);

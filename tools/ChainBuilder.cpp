@@ -1,0 +1,184 @@
+#include "ChainBuilder.h"
+
+#include "CliError.h"
+#include "KernelFileFilter.h"
+
+#include <cerrno>
+#include <cmath>
+#include <cstring>
+#include <fstream>
+#include <sstream>
+
+namespace {
+
+// A kernel file past this is not a kernel: refuse it before reading it all.
+constexpr std::streamoff maximumKernelBytes = 1 << 20;
+
+} // namespace
+
+std::shared_ptr<LMPicture> readPictureFile(const std::string& path, LogRecorder& log, long maxSide)
+{
+    log.takeLines();
+    std::shared_ptr<LMPicture> picture = LMPicture::pictureWithContentsOfFile(path);
+    if (!picture) {
+        std::string reason = log.lastLineContaining(path);
+        throw CliError(reason.empty() ? "cannot read " + path : reason);
+    }
+    const LMSize size = picture->size();
+    if (size.width > maxSide || size.height > maxSide)
+        throw CliError(path + " is " + std::to_string(long(size.width)) + " by " + std::to_string(long(size.height)) +
+                       " pixels, above this renderer's maximum of " + std::to_string(maxSide) + " a side");
+    return picture;
+}
+
+ChainBuilder::ChainBuilder(std::shared_ptr<LMContext> context, LMContentScaleMode fit, LogRecorder& log)
+    : context_(std::move(context)), fit_(fit), log_(log)
+{
+}
+
+std::shared_ptr<LMImage> ChainBuilder::pictureImage(const std::string& path)
+{
+    if (auto found = pictures_.find(path); found != pictures_.end())
+        return found->second;
+    auto picture = readPictureFile(path, log_, context_->maxTextureSize());
+    auto image = picture->lumetraImageWithContext(context_, fit_);
+    if (!image)
+        throw CliError("cannot bring " + path + " into the GL context");
+    pictures_[path] = image;
+    return image;
+}
+
+LMPoint ChainBuilder::libraryPoint(double x, double y, LMSize contextSize)
+{
+    return {x, contextSize.height - y};
+}
+
+LMAffineTransform ChainBuilder::transformForSteps(const std::vector<TransformStep>& steps, LMSize contextSize,
+                                                  double phase)
+{
+    const double centerX = contextSize.width / 2, centerY = contextSize.height / 2;
+    LMAffineTransform total;
+    auto thenApply = [&total](LMAffineTransform step) {
+        step.prependTransform(total);
+        total = step;
+    };
+    for (const TransformStep& step : steps) {
+        LMAffineTransform next;
+        switch (step.kind) {
+        case TransformStep::Kind::Translate:
+            // Written with y downwards; the library's y points up.
+            next.translateXBy(step.x, -step.y);
+            break;
+        case TransformStep::Kind::Rotate:
+            next.translateXBy(centerX, centerY).rotateByDegrees(step.x).translateXBy(-centerX, -centerY);
+            break;
+        case TransformStep::Kind::Scale:
+            next.translateXBy(centerX, centerY).scaleXBy(step.x, step.y).translateXBy(-centerX, -centerY);
+            break;
+        }
+        thenApply(next);
+    }
+    if (phase != 0) {
+        LMAffineTransform wobble;
+        wobble.translateXBy(centerX, centerY)
+            .rotateByDegrees(phase * 40)
+            .scaleBy(1 + 0.15 * std::sin(phase * 2.3))
+            .translateXBy(-centerX, -centerY);
+        thenApply(wobble);
+    }
+    return total;
+}
+
+std::string ChainBuilder::readKernelFile(const std::string& path)
+{
+    if (auto found = kernels_.find(path); found != kernels_.end())
+        return found->second;
+    std::ifstream file(path, std::ios::binary);
+    if (!file)
+        throw CliError("cannot read kernel " + path + ": " + std::strerror(errno));
+    file.seekg(0, std::ios::end);
+    if (file.tellg() > maximumKernelBytes)
+        throw CliError("kernel " + path + " is larger than 1 MiB; is it a GLSL kernel?");
+    file.seekg(0);
+    std::stringstream text;
+    text << file.rdbuf();
+    std::string source = text.str();
+    if (source.find('\0') != std::string::npos)
+        throw CliError("kernel " + path + " is not a text file");
+    if (source.find("main") == std::string::npos)
+        throw CliError("kernel " + path + " defines no main(): a kernel writes lm_output in main()");
+    kernels_[path] = source;
+    return source;
+}
+
+std::shared_ptr<LMDrawable> ChainBuilder::buildKernel(const CheckedFilter& checked, std::shared_ptr<LMDrawable> previous)
+{
+    const std::string& path = checked.files.at("file");
+    auto filter = KernelFileFilter::filter();
+    filter->configure(readKernelFile(path), checked.kernelInputs, checked.kernelControls);
+    for (size_t i = 0; i < checked.kernelInputs.size(); ++i) {
+        const std::string& name = checked.kernelInputs[i];
+        std::shared_ptr<LMDrawable> input = i == 0 ? previous : pictureImage(checked.files.at(name));
+        filter->setValueForKey(LMValue(std::move(input)), name);
+    }
+    for (const std::string& name : checked.kernelControls)
+        filter->setValueForKey(LMValue(checked.numbers.at(name)), name);
+
+    // Compiled now, so that a mistake in the kernel is reported by name
+    // before any picture is drawn, with the compiler's own words.
+    log_.takeLines();
+    filter->preloadWithContext(context_);
+    auto program = filter->program();
+    if (!program || !program->isLinked()) {
+        std::string compiler;
+        for (const std::string& line : log_.takeLines())
+            compiler += "\n  " + line;
+        throw CliError("kernel " + path + " does not compile:" + compiler);
+    }
+    return filter;
+}
+
+std::shared_ptr<LMDrawable> ChainBuilder::build(const std::vector<CheckedFilter>& chain,
+                                                std::shared_ptr<LMDrawable> source)
+{
+    const LMSize size = context_->dimensions();
+    std::shared_ptr<LMDrawable> previous = std::move(source);
+    for (const CheckedFilter& checked : chain) {
+        const std::string& name = checked.info->name;
+        if (name == "invert") {
+            previous = LMFilterInvert::filterWithInput(previous);
+        } else if (name == "max-component") {
+            previous = LMFilterMaxComponent::filterWithInput(previous);
+        } else if (name == "to-srgb") {
+            previous = LMFilterConvertToSRGB::filterWithInput(previous);
+        } else if (name == "from-srgb") {
+            previous = LMFilterConvertFromSRGB::filterWithInput(previous);
+        } else if (name == "fader") {
+            auto fader = LMFilterFader::filterWithInput(previous);
+            auto control = checked.numbers.find("control");
+            fader->setControl(control == checked.numbers.end() ? 0.0 : control->second);
+            previous = fader;
+        } else if (name == "circle") {
+            auto circle = LMFilterCircle::filter();
+            const auto center = checked.points.count("center") ? checked.points.at("center") : std::pair{0.0, 0.0};
+            const double radius = checked.numbers.at("radius");
+            circle->setRadius(radius);
+            circle->setCenter(libraryPoint(center.first, center.second, size));
+            circles_.push_back({circle, radius, center.first, center.second});
+            previous = circle;
+        } else if (name == "transform") {
+            auto transform = LMFilterTransform::filterWithInput(previous);
+            transform->setTransform(transformForSteps(checked.transformSteps, size));
+            transforms_.push_back({transform, checked.transformSteps});
+            previous = transform;
+        } else if (name == "max2") {
+            auto max2 = LMFilterMax2::filter();
+            max2->setInputA(previous);
+            max2->setInputB(pictureImage(checked.files.at("with")));
+            previous = max2;
+        } else if (name == "kernel") {
+            previous = buildKernel(checked, previous);
+        }
+    }
+    return previous;
+}

@@ -1,0 +1,65 @@
+#pragma once
+
+#include "FilterCatalog.h"
+#include "LogRecorder.h"
+
+#include <lumetra/lumetra.h>
+
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+// Turns a checked chain into library nodes for one context: reads the
+// pictures and kernel files it names, builds each filter on the one before,
+// and makes sure every kernel compiles before anything is drawn.
+class ChainBuilder {
+public:
+    ChainBuilder(std::shared_ptr<LMContext> context, LMContentScaleMode fit, LogRecorder& log);
+
+    // Throws a CliError naming the file or kernel at fault.
+    std::shared_ptr<LMDrawable> build(const std::vector<CheckedFilter>& chain, std::shared_ptr<LMDrawable> source);
+
+    // A picture file brought into the context at its size; the same path is
+    // read once per builder. Throws a CliError when it cannot be read.
+    std::shared_ptr<LMImage> pictureImage(const std::string& path);
+    // Makes `name` stand for an image the host made, wherever the chain names a picture.
+    void providePicture(const std::string& name, std::shared_ptr<LMImage> image) { pictures_[name] = std::move(image); }
+
+    // The filters a view animates, with their parameters as written.
+    struct AnimatedCircle {
+        LMFilterRef<LMFilterCircle> filter;
+        double radius;
+        double centerX, centerY;
+    };
+    struct AnimatedTransform {
+        LMFilterRef<LMFilterTransform> filter;
+        std::vector<TransformStep> steps;
+    };
+    const std::vector<AnimatedCircle>& circles() const { return circles_; }
+    const std::vector<AnimatedTransform>& transforms() const { return transforms_; }
+
+    // The transform of written steps, each about the context's centre, in
+    // the library's coordinates (origin lower left, y up); `phase` turns and
+    // breathes it for the view's animation (0 leaves it as written).
+    static LMAffineTransform transformForSteps(const std::vector<TransformStep>& steps, LMSize contextSize,
+                                               double phase = 0);
+    // A point written from the top-left corner, y down, in the library's coordinates.
+    static LMPoint libraryPoint(double x, double y, LMSize contextSize);
+
+private:
+    std::shared_ptr<LMDrawable> buildKernel(const CheckedFilter& checked, std::shared_ptr<LMDrawable> previous);
+    std::string readKernelFile(const std::string& path);
+
+    std::shared_ptr<LMContext> context_;
+    LMContentScaleMode fit_;
+    LogRecorder& log_;
+    std::map<std::string, std::shared_ptr<LMImage>> pictures_;
+    std::map<std::string, std::string> kernels_;
+    std::vector<AnimatedCircle> circles_;
+    std::vector<AnimatedTransform> transforms_;
+};
+
+// A picture file read and checked against the context's limit; throws a
+// CliError quoting the reader's reason.
+std::shared_ptr<LMPicture> readPictureFile(const std::string& path, LogRecorder& log, long maxSide);

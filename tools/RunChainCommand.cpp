@@ -1,0 +1,148 @@
+#include "ChainBuilder.h"
+#include "CliError.h"
+#include "Commands.h"
+#include "OutputPicture.h"
+
+#include <lumetra/lumetra.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <set>
+#include <unistd.h>
+
+std::shared_ptr<LMContext> makeContext(LMSize size, LogRecorder& log)
+{
+    log.takeLines();
+    auto context = LMContext::contextWithDimensions(size);
+    // A context without GL logs why at set-up and reads a limit of 0.
+    if (context->maxTextureSize() <= 0) {
+        std::string reason;
+        for (const std::string& line : log.takeLines())
+            reason += "\n  " + line;
+        throw CliError("no OpenGL context could be made:" + reason);
+    }
+    return context;
+}
+
+void checkSizeFits(LMSize size, const LMContext& context, const std::string& what)
+{
+    const long maximum = context.maxTextureSize();
+    if (size.width < 1 || size.height < 1 || size.width > maximum || size.height > maximum)
+        throw CliError(what + " of " + std::to_string(long(size.width)) + "x" + std::to_string(long(size.height)) +
+                       " is outside this renderer's limits of 1 to " + std::to_string(maximum) + " pixels a side");
+}
+
+namespace {
+
+std::string outputPathFor(const CommandLine& line, const std::string& input)
+{
+    if (line.outputDirectory.empty())
+        return line.output;
+    return (std::filesystem::path(line.outputDirectory) / std::filesystem::path(input).filename()).string();
+}
+
+// Everything that would make a batch fail halfway is checked before the first draw.
+void checkOutputs(const CommandLine& line)
+{
+    std::set<std::string> outputs;
+    for (const std::string& input : line.inputs) {
+        const std::string output = outputPathFor(line, input);
+        checkOutputName(output);
+        if (!outputs.insert(output).second)
+            throw CliError::usage("two inputs would both be written to " + output);
+    }
+    if (!line.outputDirectory.empty()) {
+        std::error_code error;
+        std::filesystem::create_directories(line.outputDirectory, error);
+        if (!std::filesystem::is_directory(line.outputDirectory))
+            throw CliError("cannot make the output folder " + line.outputDirectory +
+                           (error ? ": " + error.message() : ""));
+    }
+}
+
+// The GPU time of one draw: a span around it, then a second span whose
+// start collects the first once the GPU has finished it.
+struct ChainTimer {
+    std::shared_ptr<LMPerformanceMonitor> monitor;
+
+    explicit ChainTimer(const std::shared_ptr<LMContext>& context)
+        : monitor(LMPerformanceMonitor::performanceMonitorWithContext(context))
+    {
+        monitor->setUsesTimerThread(false);
+        monitor->start();
+    }
+    std::shared_ptr<LMImage> draw(const std::shared_ptr<LMDrawable>& chain, const std::shared_ptr<LMContext>& context,
+                                  double& milliseconds)
+    {
+        monitor->startTiming();
+        auto image = chain->drawWithContext(context);
+        monitor->stopTiming();
+        context->executeOpenGL([] { glFinish(); });
+        monitor->startTiming();
+        monitor->stopTiming();
+        milliseconds = monitor->timerQueryCreated() ? monitor->latestResultNanoseconds() / 1e6 : -1;
+        return image;
+    }
+};
+
+} // namespace
+
+int runChainCommand(const CommandLine& line, LogRecorder& log)
+{
+    const std::vector<CheckedFilter> chain = checkChain(line.chain);
+    checkOutputs(line);
+
+    // The first picture is read before the context exists: its size is the
+    // context's unless --size says otherwise.
+    const long noLimitYet = 1L << 30;
+    std::shared_ptr<LMPicture> first = readPictureFile(line.inputs.front(), log, noLimitYet);
+    LMSize size = line.size ? LMSize{double(line.size->width), double(line.size->height)} : first->size();
+    auto context = makeContext(LMSize{1, 1}, log);
+    checkSizeFits(size, *context, line.size ? std::string("--size") : "picture " + line.inputs.front());
+    context->setDimensions(size);
+    context->setCachingEnabled(line.cache);
+    const LMContentScaleMode fit = line.fit == CliFit::Stretch ? LMContentScaleModeStretch : LMContentScaleModeFill;
+
+    std::unique_ptr<ChainTimer> timer = line.time ? std::make_unique<ChainTimer>(context) : nullptr;
+    const bool showProgress = line.inputs.size() > 1 && isatty(STDERR_FILENO);
+    int failures = 0;
+    for (size_t i = 0; i < line.inputs.size(); ++i) {
+        const std::string& input = line.inputs[i];
+        const std::string output = outputPathFor(line, input);
+        if (showProgress)
+            std::fprintf(stderr, "\r\033[K[%zu/%zu] %s", i + 1, line.inputs.size(), input.c_str());
+
+        std::shared_ptr<LMPicture> picture;
+        try {
+            picture = i == 0 ? first : readPictureFile(input, log, context->maxTextureSize());
+            if (i == 0)
+                checkSizeFits(picture->size(), *context, "picture " + input);
+        } catch (const CliError& error) {
+            // One unreadable picture of a batch spoils only its own output.
+            std::fprintf(stderr, "%slumetra: %s\n", showProgress ? "\n" : "", error.what());
+            ++failures;
+            continue;
+        }
+        if (!line.size && !(picture->size() == context->dimensions()))
+            context->setDimensions(picture->size());
+
+        ChainBuilder builder(context, fit, log);
+        auto source = picture->lumetraImageWithContext(context, fit);
+        if (!source)
+            throw CliError("cannot bring " + input + " into the GL context");
+        auto result = builder.build(chain, source);
+        double milliseconds = 0;
+        auto image = timer ? timer->draw(result, context, milliseconds) : result->drawWithContext(context);
+        writeOutputPicture(image, output, log);
+        if (timer) {
+            if (milliseconds < 0)
+                std::printf("%s: GPU time unavailable (no timer queries)\n", input.c_str());
+            else
+                std::printf("%s: GPU time of the chain %.3f ms\n", input.c_str(), milliseconds);
+        }
+    }
+    if (showProgress)
+        std::fprintf(stderr, "\r\033[K%zu of %zu written to %s\n", line.inputs.size() - failures, line.inputs.size(),
+                     line.outputDirectory.c_str());
+    return failures ? CliError::failureStatus : 0;
+}
