@@ -44,9 +44,9 @@ std::string quoted(const std::string& text)
     return "\"" + text + "\"";
 }
 
-CliError badValue(const FilterSpec& spec, const std::string& key, const std::string& value, const std::string& why)
+CliError badValue(const FilterSpec& written, const std::string& key, const std::string& value, const std::string& why)
 {
-    return CliError::usage("filter " + spec.name + ": " + key + "=" + value + ": " + why);
+    return CliError::usage("filter " + written.name + ": " + key + "=" + value + ": " + why);
 }
 
 bool parseNumber(const std::string& text, double& value)
@@ -77,7 +77,7 @@ bool isGLSLName(const std::string& name)
     return name.find("__") == std::string::npos;
 }
 
-std::vector<std::string> parseNames(const FilterSpec& spec, const std::string& key, const std::string& text)
+std::vector<std::string> parseNames(const FilterSpec& written, const std::string& key, const std::string& text)
 {
     std::vector<std::string> names;
     if (text.empty())
@@ -86,27 +86,27 @@ std::vector<std::string> parseNames(const FilterSpec& spec, const std::string& k
     std::string name;
     while (std::getline(stream, name, ',')) {
         if (!isGLSLName(name))
-            throw badValue(spec, key, text, quoted(name) + " is not a GLSL name (letters, digits and _)");
+            throw badValue(written, key, text, quoted(name) + " is not a GLSL name (letters, digits and _)");
         names.push_back(name);
     }
     if (text.back() == ',')
-        throw badValue(spec, key, text, "a name is missing after the last comma");
+        throw badValue(written, key, text, "a name is missing after the last comma");
     return names;
 }
 
 // The kernel's own keys come first; the names they declare become keys too.
-void checkKernel(const FilterSpec& spec, CheckedFilter& checked, std::map<std::string, std::string>& rest)
+void checkKernel(const FilterSpec& written, CheckedFilter& checked, std::map<std::string, std::string>& rest)
 {
     static const std::set<std::string> ownKeys{"file", "inputs", "controls"};
     checked.kernelInputs = {"input"};
     if (auto found = rest.find("inputs"); found != rest.end())
-        checked.kernelInputs = parseNames(spec, "inputs", found->second);
+        checked.kernelInputs = parseNames(written, "inputs", found->second);
     if (auto found = rest.find("controls"); found != rest.end())
-        checked.kernelControls = parseNames(spec, "controls", found->second);
+        checked.kernelControls = parseNames(written, "controls", found->second);
     if (!rest.count("file"))
         throw CliError::usage("filter kernel: file=KERNEL.glsl is required");
     if (rest["file"].empty())
-        throw badValue(spec, "file", "", "a file name is required");
+        throw badValue(written, "file", "", "a file name is required");
     checked.files["file"] = rest["file"];
 
     std::set<std::string> declared;
@@ -128,7 +128,7 @@ void checkKernel(const FilterSpec& spec, CheckedFilter& checked, std::map<std::s
     for (const std::string& name : checked.kernelControls) {
         double value = 0;
         if (auto found = rest.find(name); found != rest.end() && !parseNumber(found->second, value))
-            throw badValue(spec, name, found->second, "not a finite number");
+            throw badValue(written, name, found->second, "not a finite number");
         checked.numbers[name] = value;
     }
     for (const auto& entry : rest) {
@@ -186,65 +186,65 @@ std::string filterListText()
 std::vector<CheckedFilter> checkChain(const std::vector<FilterSpec>& chain)
 {
     std::vector<CheckedFilter> checkedChain;
-    for (const FilterSpec& spec : chain) {
+    for (const FilterSpec& written : chain) {
         CheckedFilter checked;
-        checked.info = findFilter(spec.name);
+        checked.info = findFilter(written.name);
         if (!checked.info)
-            throw CliError::usage("unknown filter " + quoted(spec.name) + "\n" + filterListText());
+            throw CliError::usage("unknown filter " + quoted(written.name) + "\n" + filterListText());
 
         std::map<std::string, std::string> given;
-        for (const auto& [key, value] : spec.parameters) {
-            const bool repeatable = spec.name == "transform";
+        for (const auto& [key, value] : written.parameters) {
+            const bool repeatable = written.name == "transform";
             if (!repeatable && !given.emplace(key, value).second)
-                throw CliError::usage("filter " + spec.name + ": " + key + " is given twice");
+                throw CliError::usage("filter " + written.name + ": " + key + " is given twice");
         }
 
-        if (spec.name == "kernel") {
-            checkKernel(spec, checked, given);
+        if (written.name == "kernel") {
+            checkKernel(written, checked, given);
             checkedChain.push_back(std::move(checked));
             continue;
         }
 
-        for (const auto& [key, value] : spec.parameters) {
+        for (const auto& [key, value] : written.parameters) {
             const ParameterInfo* parameter = nullptr;
             for (const ParameterInfo& candidate : checked.info->parameters)
                 if (candidate.key == key)
                     parameter = &candidate;
             if (!parameter)
-                throw CliError::usage("filter " + spec.name + ": unknown key " + quoted(key) + "\n" +
+                throw CliError::usage("filter " + written.name + ": unknown key " + quoted(key) + "\n" +
                                       filterHelpText(*checked.info));
             double x = 0, y = 0;
             switch (parameter->kind) {
             case ParameterKind::Number:
                 if (!parseNumber(value, x))
-                    throw badValue(spec, key, value, "not a finite number");
+                    throw badValue(written, key, value, "not a finite number");
                 checked.numbers[key] = x;
                 break;
             case ParameterKind::Point:
                 if (!parsePair(value, x, y))
-                    throw badValue(spec, key, value, "not x,y (two finite numbers)");
+                    throw badValue(written, key, value, "not x,y (two finite numbers)");
                 checked.points[key] = {x, y};
                 break;
             case ParameterKind::Scale:
                 if (!parsePair(value, x, y)) {
                     if (!parseNumber(value, x))
-                        throw badValue(spec, key, value, "not a factor or x,y factors");
+                        throw badValue(written, key, value, "not a factor or x,y factors");
                     y = x;
                 }
                 if (x == 0 || y == 0)
-                    throw badValue(spec, key, value, "a scale of 0 cannot be undone");
+                    throw badValue(written, key, value, "a scale of 0 cannot be undone");
                 checked.points[key] = {x, y};
                 break;
             case ParameterKind::Picture:
             case ParameterKind::Kernel:
                 if (value.empty())
-                    throw badValue(spec, key, value, "a file name is required");
+                    throw badValue(written, key, value, "a file name is required");
                 checked.files[key] = value;
                 break;
             case ParameterKind::Names:
                 break;
             }
-            if (spec.name == "transform") {
+            if (written.name == "transform") {
                 TransformStep step{key == "translate" ? TransformStep::Kind::Translate
                                    : key == "rotate"  ? TransformStep::Kind::Rotate
                                                       : TransformStep::Kind::Scale,
@@ -255,10 +255,10 @@ std::vector<CheckedFilter> checkChain(const std::vector<FilterSpec>& chain)
 
         for (const ParameterInfo& parameter : checked.info->parameters)
             if (parameter.defaultText.empty() && !given.count(parameter.key))
-                throw CliError::usage("filter " + spec.name + ": " + parameter.key + "= is required\n" +
+                throw CliError::usage("filter " + written.name + ": " + parameter.key + "= is required\n" +
                                       filterHelpText(*checked.info));
-        if (spec.name == "circle" && checked.numbers["radius"] < 0)
-            throw badValue(spec, "radius", given["radius"], "a radius cannot be negative");
+        if (written.name == "circle" && checked.numbers["radius"] < 0)
+            throw badValue(written, "radius", given["radius"], "a radius cannot be negative");
         checkedChain.push_back(std::move(checked));
     }
     return checkedChain;

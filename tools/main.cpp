@@ -32,10 +32,10 @@ int help(const CommandLine& line)
 int run(const CommandLine& line)
 {
     // `-- FILTER --help` anywhere in a chain asks about that filter alone.
-    for (const FilterSpec& spec : line.chain)
-        if (spec.wantsHelp) {
+    for (const FilterSpec& written : line.chain)
+        if (written.wantsHelp) {
             CommandLine asked;
-            asked.helpTopic = spec.name;
+            asked.helpTopic = written.name;
             return help(asked);
         }
 

@@ -130,7 +130,11 @@ bool LMPicture::writeJPEGToFile(const std::string& path, int quality) const
 bool LMPicture::writeToFile(const std::string& path,
                             const std::function<bool(const LMBitmap&, std::FILE*, std::string&)>& write) const
 {
-    std::shared_ptr<LMBitmap> raster = rasterizedBitmap();
+    // A bitmap already of the picture's size is written as it is, without a copy.
+    const bool asStored = bitmap_ && bitmap_->pixelsWide() == LMTruncateToGLint(size_.width) &&
+                          bitmap_->pixelsHigh() == LMTruncateToGLint(size_.height) && bitmap_->pixelsWide() > 0 &&
+                          bitmap_->pixelsHigh() > 0;
+    std::shared_ptr<LMBitmap> raster = asStored ? bitmap_ : rasterizedBitmap();
     if (!raster)
         return false;
     FileHandle file(std::fopen(path.c_str(), "wb"));
