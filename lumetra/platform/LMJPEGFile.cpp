@@ -1,6 +1,7 @@
 #include "lumetra/platform/LMPictureFiles.h"
 
 // jpeglib.h needs FILE and size_t declared before it.
+#include <algorithm>
 #include <csetjmp>
 #include <cstdint>
 #include <cstdio>
@@ -35,24 +36,47 @@ void onJPEGMessage(j_common_ptr info, int level)
         onJPEGError(info);
 }
 
-bool readJPEGHeader(jpeg_decompress_struct& info, JPEGErrorManager& errors, std::FILE* file)
+// A Huffman-coded 8x8 block takes at least one bit. A file may code a
+// single component and leave the others flat, so the data must hold at least
+// one bit for each block of the component with the fewest.
+size_t fewestBytesFor(const jpeg_decompress_struct& info)
+{
+    uint64_t blocks = UINT64_MAX;
+    for (int i = 0; i < info.num_components; ++i)
+        blocks = std::min(blocks, uint64_t{info.comp_info[i].width_in_blocks} * info.comp_info[i].height_in_blocks);
+    return static_cast<size_t>((blocks + 7) / 8);
+}
+
+bool readJPEGHeader(jpeg_decompress_struct& info, JPEGErrorManager& errors, const uint8_t* data, size_t length)
 {
     if (setjmp(errors.jump))
         return false;
     jpeg_create_decompress(&info);
-    jpeg_stdio_src(&info, file);
+    jpeg_mem_src(&info, data, length);
     jpeg_read_header(&info, TRUE);
+    // Arithmetic coding may legally run past the end of its data (the
+    // decoder reads zeros), so it is held to the same bound: a file of less
+    // than a bit a block is a flat picture at best.
+    if (length < fewestBytesFor(info)) {
+        std::snprintf(errors.message, sizeof(errors.message), "%zu bytes cannot hold %u by %u pixels", length,
+                      info.image_width, info.image_height);
+        return false;
+    }
     // A libjpeg-turbo colour space: grey and colour files alike come out as
     // RGBA with opaque alpha.
     info.out_color_space = JCS_EXT_RGBA;
-    jpeg_start_decompress(&info);
+    jpeg_calc_output_dimensions(&info);
     return true;
 }
 
+// Starting the decompressor allocates libjpeg's own buffers, for a
+// progressive file as large as the picture, so it waits until the bitmap
+// exists.
 bool readJPEGRows(jpeg_decompress_struct& info, JPEGErrorManager& errors, LMBitmap& bitmap)
 {
     if (setjmp(errors.jump))
         return false;
+    jpeg_start_decompress(&info);
     while (info.output_scanline < info.output_height) {
         JSAMPROW row = bitmap.rowAt(static_cast<int32_t>(info.output_scanline));
         jpeg_read_scanlines(&info, &row, 1);
@@ -63,7 +87,7 @@ bool readJPEGRows(jpeg_decompress_struct& info, JPEGErrorManager& errors, LMBitm
 
 } // namespace
 
-std::shared_ptr<LMBitmap> LMReadJPEGFile(std::FILE* file, std::string& error)
+std::shared_ptr<LMBitmap> LMReadJPEGData(const uint8_t* data, size_t length, std::string& error)
 {
     JPEGErrorManager errors{};
     jpeg_decompress_struct info{};
@@ -72,7 +96,7 @@ std::shared_ptr<LMBitmap> LMReadJPEGFile(std::FILE* file, std::string& error)
     errors.base.emit_message = onJPEGMessage;
 
     std::shared_ptr<LMBitmap> bitmap;
-    if (readJPEGHeader(info, errors, file)) {
+    if (readJPEGHeader(info, errors, data, length)) {
         const JDIMENSION width = info.output_width, height = info.output_height;
         bitmap = width <= INT32_MAX && height <= INT32_MAX
                      ? newBIR(static_cast<int32_t>(width), static_cast<int32_t>(height))

@@ -5,6 +5,7 @@
 #include <csetjmp>
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <vector>
 
 // libpng reports errors by calling a function that must not return, so it
@@ -30,13 +31,47 @@ void onPNGWarning(png_structp, png_const_charp)
 {
 }
 
-bool readPNGHeader(png_structp png, png_infop info, PNGErrorState& state, std::FILE* file, png_uint_32& width,
+// The file's bytes, handed to libpng as it asks for them.
+struct PNGSource {
+    const uint8_t* data;
+    size_t length;
+    size_t position;
+};
+
+void readPNGBytes(png_structp png, png_bytep destination, size_t count)
+{
+    auto* source = static_cast<PNGSource*>(png_get_io_ptr(png));
+    if (count > source->length - source->position)
+        png_error(png, "the file ends early");
+    std::memcpy(destination, source->data + source->position, count);
+    source->position += count;
+}
+
+// Deflate packs at most 1032 bytes into one (a 258-byte match in two bits).
+constexpr uint64_t deflateBestRatio = 1032;
+
+bool readPNGHeader(png_structp png, png_infop info, PNGErrorState& state, PNGSource& source, png_uint_32& width,
                    png_uint_32& height)
 {
     if (setjmp(state.jump))
         return false;
-    png_init_io(png, file);
+    png_set_read_fn(png, &source, readPNGBytes);
+    // Only IHDR, PLTE, tRNS, IDAT and IEND matter to the pixels; every other
+    // chunk is skipped unread. libpng would otherwise allocate what a text or
+    // profile chunk's length claims (only warning when it exceeds its limit).
+    png_set_keep_unknown_chunks(png, PNG_HANDLE_CHUNK_NEVER, nullptr, -1);
     png_read_info(png, info);
+
+    // The rows as stored, before any conversion, cannot be shorter than their
+    // bits; compressed, they still need that over deflate's best ratio.
+    width = png_get_image_width(png, info);
+    height = png_get_image_height(png, info);
+    const uint64_t storedBytes = uint64_t{png_get_rowbytes(png, info)} * height;
+    if (storedBytes / deflateBestRatio > source.length) {
+        char message[128];
+        std::snprintf(message, sizeof(message), "%zu bytes cannot hold %u by %u pixels", source.length, width, height);
+        png_error(png, message);
+    }
 
     // Every colour type to 8-bit RGBA: palettes and small grey depths expand,
     // a transparent colour becomes alpha, 16 bits round to 8, grey becomes
@@ -48,8 +83,6 @@ bool readPNGHeader(png_structp png, png_infop info, PNGErrorState& state, std::F
     png_set_interlace_handling(png);
     png_read_update_info(png, info);
 
-    width = png_get_image_width(png, info);
-    height = png_get_image_height(png, info);
     if (png_get_rowbytes(png, info) != static_cast<size_t>(width) * 4)
         png_error(png, "unexpected layout after conversion to RGBA");
     return true;
@@ -88,7 +121,7 @@ std::vector<png_bytep> rowPointers(LMBitmap& bitmap)
 
 } // namespace
 
-std::shared_ptr<LMBitmap> LMReadPNGFile(std::FILE* file, std::string& error)
+std::shared_ptr<LMBitmap> LMReadPNGData(const uint8_t* data, size_t length, std::string& error)
 {
     PNGErrorState state{};
     png_structp png = png_create_read_struct(PNG_LIBPNG_VER_STRING, &state, onPNGError, onPNGWarning);
@@ -100,8 +133,9 @@ std::shared_ptr<LMBitmap> LMReadPNGFile(std::FILE* file, std::string& error)
     }
 
     std::shared_ptr<LMBitmap> bitmap;
+    PNGSource source{data, length, 0};
     png_uint_32 width = 0, height = 0;
-    if (readPNGHeader(png, info, state, file, width, height)) {
+    if (readPNGHeader(png, info, state, source, width, height)) {
         bitmap = width <= INT32_MAX && height <= INT32_MAX
                      ? newBIR(static_cast<int32_t>(width), static_cast<int32_t>(height))
                      : nullptr;

@@ -8,6 +8,8 @@
 #include <cerrno>
 #include <cstring>
 #include <functional>
+#include <new>
+#include <vector>
 
 namespace {
 
@@ -19,17 +21,31 @@ using FileHandle = std::unique_ptr<std::FILE, FileCloser>;
 enum class PictureFormat { png, jpeg, unknown };
 
 // By content, not by name: files are often misnamed.
-PictureFormat formatOfFile(std::FILE* file)
+PictureFormat formatOf(const uint8_t* start, size_t length)
 {
-    std::array<unsigned char, 8> start{};
-    const size_t length = std::fread(start.data(), 1, start.size(), file);
-    std::rewind(file);
-    static constexpr std::array<unsigned char, 8> pngSignature = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
-    if (length == pngSignature.size() && start == pngSignature)
+    static constexpr std::array<uint8_t, 8> pngSignature = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
+    if (length >= pngSignature.size() && std::equal(pngSignature.begin(), pngSignature.end(), start))
         return PictureFormat::png;
     if (length >= 3 && start[0] == 0xFF && start[1] == 0xD8 && start[2] == 0xFF)
         return PictureFormat::jpeg;
     return PictureFormat::unknown;
+}
+
+// The whole file, in blocks that double. Reading stops after the first block
+// when that already shows the file is no picture, so a large file of another
+// kind costs nothing. False, with errno, when reading failed.
+bool readFile(std::FILE* file, std::vector<uint8_t>& bytes)
+{
+    size_t length = 0;
+    for (size_t block = 64 * 1024;; block *= 2) {
+        bytes.resize(length + block);
+        const size_t got = std::fread(bytes.data() + length, 1, block, file);
+        length += got;
+        if (got < block || formatOf(bytes.data(), length) == PictureFormat::unknown)
+            break;
+    }
+    bytes.resize(length);
+    return !std::ferror(file);
 }
 
 // Nearest sample: a bitmap drawn at its own size is copied exactly.
@@ -71,25 +87,38 @@ std::shared_ptr<LMPicture> LMPicture::pictureWithContentsOfFile(const std::strin
         LMLog("LMPicture: Cannot open %s: %s", path.c_str(), std::strerror(errno));
         return nullptr;
     }
+    std::vector<uint8_t> bytes;
+    try {
+        if (!readFile(file.get(), bytes)) {
+            LMLog("LMPicture: Cannot read %s: %s", path.c_str(), std::strerror(errno));
+            return nullptr;
+        }
+    } catch (const std::bad_alloc&) {
+        LMLog("LMPicture: Cannot read %s: out of memory", path.c_str());
+        return nullptr;
+    }
+    file.reset();
+    return pictureWithBitmap(LMReadPictureData(bytes.data(), bytes.size(), path));
+}
 
+std::shared_ptr<LMBitmap> LMReadPictureData(const uint8_t* data, size_t length, const std::string& name)
+{
     std::string error;
     std::shared_ptr<LMBitmap> bitmap;
-    switch (formatOfFile(file.get())) {
+    switch (formatOf(data, length)) {
     case PictureFormat::png:
-        bitmap = LMReadPNGFile(file.get(), error);
+        bitmap = LMReadPNGData(data, length, error);
         break;
     case PictureFormat::jpeg:
-        bitmap = LMReadJPEGFile(file.get(), error);
+        bitmap = LMReadJPEGData(data, length, error);
         break;
     case PictureFormat::unknown:
-        LMLog("LMPicture: %s is neither a PNG nor a JPEG file", path.c_str());
+        LMLog("LMPicture: %s is neither a PNG nor a JPEG file", name.c_str());
         return nullptr;
     }
-    if (!bitmap) {
-        LMLog("LMPicture: Cannot read %s: %s", path.c_str(), error.c_str());
-        return nullptr;
-    }
-    return pictureWithBitmap(std::move(bitmap));
+    if (!bitmap)
+        LMLog("LMPicture: Cannot read %s: %s", name.c_str(), error.c_str());
+    return bitmap;
 }
 
 std::shared_ptr<LMBitmap> LMPicture::rasterizedBitmap() const
