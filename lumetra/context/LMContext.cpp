@@ -223,9 +223,19 @@ std::shared_ptr<LMRenderTarget> LMContext::requestRenderTargetWithDimensions(LMS
     return targetId == LMNotFound ? nullptr : renderTargetPool_->renderTargetWithId(targetId);
 }
 
+bool LMContext::isOwnTarget(const std::shared_ptr<LMRenderTarget>& target, const char* operation) const
+{
+    // Another pool's target may share an id with one of ours.
+    if (renderTargetPool_->renderTargetWithId(target->identifier()) == target)
+        return true;
+    LMLog("LMContext: Cannot %s render target %llu: it is not one of this context's", operation,
+          static_cast<unsigned long long>(target->identifier()));
+    return false;
+}
+
 void LMContext::bindToRenderTarget(const std::shared_ptr<LMRenderTarget>& target)
 {
-    if (!target || !openGLContext_)
+    if (!target || !openGLContext_ || !isOwnTarget(target, "bind"))
         return;
     glQueue_->dispatchSyncToQueue([this, &target] {
         makeCurrentContextInternal();
@@ -238,7 +248,7 @@ void LMContext::bindToRenderTarget(const std::shared_ptr<LMRenderTarget>& target
 
 void LMContext::releaseRenderTarget(const std::shared_ptr<LMRenderTarget>& target)
 {
-    if (target)
+    if (target && isOwnTarget(target, "release"))
         renderTargetPool_->releaseObjectWithId(target->identifier());
 }
 

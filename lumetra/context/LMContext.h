@@ -72,7 +72,8 @@ public:
     // size and binds its framebuffer.
     void bindToRenderTarget(const std::shared_ptr<LMRenderTarget>& target);
     // Ends one lease; the target stays in the pool for the next request of its
-    // size. Safe from any thread; no GL call.
+    // size. Safe from any thread; no GL call. Both refuse, with a log line, a
+    // target that is not one of this context's.
     void releaseRenderTarget(const std::shared_ptr<LMRenderTarget>& target);
     // Deletes every render target that nobody leases.
     void flushUnusedTargets();
@@ -126,6 +127,8 @@ protected:
     void createResources();
 
 private:
+    bool isOwnTarget(const std::shared_ptr<LMRenderTarget>& target, const char* operation) const;
+
     LMSize dimensions_;
     bool cachingEnabled_ = false;
 

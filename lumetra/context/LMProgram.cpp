@@ -33,6 +33,13 @@ LMProgram::LMProgram(const std::string& name, GLuint vertexShader, const char* f
     GLint linked = GL_FALSE;
     glGetProgramiv(number_, GL_LINK_STATUS, &linked);
     linked_ = linked == GL_TRUE;
+    // A shader that compiled can still fail to link (no main, say); a failed
+    // compile has said why already.
+    if (!linked_ && status == GL_TRUE) {
+        char infoLog[512] = {};
+        glGetProgramInfoLog(number_, sizeof(infoLog), nullptr, infoLog);
+        LMLog("LMFilter: Shader program for %s failed to link: %s", name.c_str(), infoLog);
+    }
 }
 
 void LMProgram::useProgram()

@@ -1,6 +1,7 @@
 #include "lumetra/graph/LMFilter.h"
 
 #include "lumetra/context/LMContext.h"
+#include "lumetra/graph/LMCycleGuard.h"
 #include "lumetra/graph/LMScalerStretch.h"
 #include "lumetra/nodes/LMColor.h"
 #include "lumetra/nodes/LMFilterProxy.h"
@@ -12,6 +13,7 @@
 #include <cstdlib>
 #include <cxxabi.h>
 #include <typeinfo>
+#include <utility>
 
 namespace {
 
@@ -172,10 +174,15 @@ void LMFilter::storeProperty(std::string_view key, LMValue value)
 
 void LMFilter::reportWrongKind(std::string_view key, const LMValue& value, const char* wanted) const
 {
+    reportOnce(key, "is " + std::string(value.kindDescription()) + ", not " + wanted);
+}
+
+void LMFilter::reportOnce(std::string_view key, const std::string& problem) const
+{
     auto [entry, first] = reportedKeys_.emplace(std::string(key), true);
     if (first)
-        LMLog("%s: The value of %.*s is %s, not %s; treating it as absent", className().c_str(),
-              static_cast<int>(key.size()), key.data(), value.kindDescription(), wanted);
+        LMLog("%s: The value of %.*s %s; treating it as absent", className().c_str(), static_cast<int>(key.size()),
+              key.data(), problem.c_str());
 }
 
 std::shared_ptr<LMDrawable> LMFilter::drawableProperty(std::string_view key) const
@@ -265,16 +272,31 @@ std::shared_ptr<LMImage> LMFilter::drawWithContext(const std::shared_ptr<LMConte
     LMProxyCallScope::claim(this);
     if (!context)
         return nullptr;
+    // Met again inside its own draw, the filter is its own input: there it
+    // reads as black, and the draw where the cycle closes gives black.
+    if (drawing_) {
+        cycleMet_ = true;
+        return LMColor::blackColor()->drawWithContext(context);
+    }
     if (validCachedOutputForContext(context))
         return cachedOutput_;
 
     // The whole render is one trip to the GL queue; its steps, the inputs'
     // draws among them, run there at once as nested submissions.
     std::shared_ptr<LMImage> output;
-    context->executeOpenGL([&] {
-        preloadWithContext(context);
-        output = applyProgramWithContext(context);
-    });
+    {
+        LMCycleGuard guard(drawing_);
+        cycleMet_ = false;
+        context->executeOpenGL([&] {
+            preloadWithContext(context);
+            output = applyProgramWithContext(context);
+        });
+    }
+    if (cycleMet_) {
+        if (!std::exchange(reportedCycle_, true))
+            LMLog("LMFilter: The graph has a cycle through %s; drawing black", description().c_str());
+        output = LMColor::blackColor()->drawWithContext(context);
+    }
     setCachedOutput(std::move(output));
     return cachedOutput_;
 }
@@ -301,11 +323,20 @@ void LMFilter::drawInputsWithContext(const std::shared_ptr<LMContext>& context)
     inputValues_.resize(inputNames_.size());
     for (size_t i = 0; i < inputNames_.size(); ++i) {
         std::shared_ptr<LMDrawable> input = drawableProperty(inputNames_[i]);
-        // A missing input, or an image of a foreign size, reads as black.
-        if (input && isCompatibleDrawable(input, *context))
-            inputValues_[i] = input->drawWithContext(context);
-        else
-            inputValues_[i] = LMColor::blackColor()->drawWithContext(context);
+        std::shared_ptr<LMImage> image;
+        if (input && !isCompatibleDrawable(input, *context))
+            reportOnce(inputNames_[i], "is an image of another size");
+        else if (input)
+            image = input->drawWithContext(context);
+        // The texture of another context's image (or of one whose context
+        // has gone) names nothing here, or something else.
+        if (image && image->context() != context) {
+            reportOnce(inputNames_[i], "is an image of another context");
+            image = nullptr;
+        }
+        // A missing input, one that drew nothing and one refused above read
+        // as black: an unbound texture unit would sample what it held before.
+        inputValues_[i] = image ? image : LMColor::blackColor()->drawWithContext(context);
     }
 }
 
@@ -445,6 +476,9 @@ void LMFilter::uploadUniforms(LMContext& context, LMProgram& program, LMSize out
 
 bool LMFilter::updateNeedsRedraw()
 {
+    if (askingInputs_)
+        return needsRedraw_;
+    LMCycleGuard guard(askingInputs_);
     for (const std::string& name : inputNames_) {
         std::shared_ptr<LMDrawable> input = drawableProperty(name);
         if (auto* caching = dynamic_cast<LMDrawableCaching*>(input.get())) {
@@ -476,7 +510,9 @@ void LMFilter::setCustomOutputSize(LMSize size)
 
 void LMFilter::setScaler(std::shared_ptr<LMScaler> scaler)
 {
-    scaler_ = std::move(scaler);
+    // Without a scaler a custom-size quad would cover nothing, and the output
+    // would keep whatever its pooled target held.
+    scaler_ = scaler ? std::move(scaler) : std::make_shared<LMScalerStretch>();
     if (vaoState_)
         vaoState_->setScaler(scaler_);
 }

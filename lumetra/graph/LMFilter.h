@@ -62,7 +62,8 @@ public:
     LMValue valueForKey(std::string_view key) const;
     void setValueForKey(LMValue value, std::string_view key);
 
-    // Drawing.
+    // Drawing. A filter that is its own input, directly or through other
+    // nodes, draws black where the cycle closes and logs so once.
     std::shared_ptr<LMImage> drawWithContext(const std::shared_ptr<LMContext>& context) override;
     virtual std::shared_ptr<LMImage> validCachedOutputForContext(const std::shared_ptr<LMContext>& context);
     virtual void setCachedOutput(std::shared_ptr<LMImage> output);
@@ -75,6 +76,7 @@ public:
     bool needsRedraw() const override { return needsRedraw_; }
     void setNeedsRedraw(bool needsRedraw) override { needsRedraw_ = needsRedraw; }
     // Asks every input that answers it, with no early stop; only ever sets.
+    // Met again through a cycle, it answers its flag as it is.
     bool updateNeedsRedraw() override;
 
     // Output size and fitting. None of these marks the filter: a new size
@@ -84,6 +86,7 @@ public:
     LMSize customOutputSize() const { return customOutputSize_; }
     virtual void setCustomOutputSize(LMSize size);
     std::shared_ptr<LMScaler> scaler() const { return scaler_; }
+    // Null sets the default, a new stretch scaler.
     virtual void setScaler(std::shared_ptr<LMScaler> scaler);
     // The size a draw makes now: the custom size when used, else the context's.
     LMSize outputSizeForContext(const LMContext& context) const;
@@ -105,7 +108,8 @@ public:
     std::shared_ptr<LMContext> lastUsedContext() const { return lastUsedContext_.lock(); }
     std::shared_ptr<LMImage> cachedOutput() const { return cachedOutput_; }
     std::shared_ptr<LMVAOStateTextured> vaoState() const { return vaoState_; }
-    // The image each input gave in the last draw; null when it gave none.
+    // The image each input was read as in the last draw: black for a missing
+    // input, one that drew nothing, or an image of another size or context.
     std::shared_ptr<LMImage> inputValueForName(std::string_view name) const;
     bool programIsLoaded() const { return programIsLoaded_; }
     void setProgramIsLoaded(bool loaded) { programIsLoaded_ = loaded; }
@@ -140,6 +144,8 @@ private:
         size_t operator()(std::string_view name) const { return std::hash<std::string_view>{}(name); }
     };
     void reportWrongKind(std::string_view key, const LMValue& value, const char* wanted) const;
+    // "<class>: The value of <key> <problem>; treating it as absent", once per key.
+    void reportOnce(std::string_view key, const std::string& problem) const;
     void rebuildUniformNames();
     void uploadUniforms(LMContext& context, LMProgram& program, LMSize outputSize);
     void releaseQuadState();
@@ -174,4 +180,10 @@ private:
     std::shared_ptr<LMVAOStateTextured> vaoState_;
     std::weak_ptr<LMContext> vaoStateContext_;
     bool programIsLoaded_ = false;
+    // A filter met again while it is being drawn, or asked for its redraw
+    // flag, is its own input: the graph is a cycle.
+    bool drawing_ = false;
+    bool askingInputs_ = false;
+    bool cycleMet_ = false;
+    bool reportedCycle_ = false;
 };

@@ -5,6 +5,7 @@
 #include "lumetra/platform/LMException.h"
 #include "lumetra/platform/LMLog.h"
 
+#include <cmath>
 #include <cstdio>
 
 namespace {
@@ -74,10 +75,10 @@ void LMFilterOpenGLTextureAdapter::setScaler(std::shared_ptr<LMScaler> scaler)
 {
     if (scaler == this->scaler())
         return;
-    LMFilter::setScaler(scaler);
+    LMFilter::setScaler(std::move(scaler));
     // The quad is shaped by the scaler, so a new one rebuilds it; otherwise a
     // new content scale mode would show only once some size changed.
-    vaoState_->setScaler(std::move(scaler));
+    vaoState_->setScaler(this->scaler());
     vaoState_->setNeedsVAOUpdate(true);
 }
 
@@ -122,26 +123,47 @@ LMFilterOpenGLTextureAdapter::applyProgramWithContext(const std::shared_ptr<LMCo
     if (!output->target())
         return nullptr;
     output->bind();
-
-    if (!program || !program->isLinked()) {
+    auto drawBlack = [&] {
         context->executeOpenGLNoContextSwitch([] {
             glClearColor(0, 0, 0, 1);
             glClear(GL_COLOR_BUFFER_BIT);
         });
         return output;
+    };
+
+    if (!program || !program->isLinked())
+        return drawBlack();
+    // The quad spans the texture's size: without one there is nothing to sample.
+    const LMSize size = textureSize_;
+    if (!(size.width > 0 && size.height > 0 && std::isfinite(size.width) && std::isfinite(size.height))) {
+        LMLog("LMFilterOpenGLTextureAdapter: Cannot draw a texture of %g by %g pixels; drawing black", size.width,
+              size.height);
+        return drawBlack();
     }
     const std::shared_ptr<LMOpenGL>& gl = context->gl();
+    bool bound = false;
     context->executeOpenGLNoContextSwitch([&] {
         gl->setActiveTexture(GL_TEXTURE0);
-        // Unbound first: a name of another target fails to bind and then
-        // samples as black, not as whatever texture unit 0 held before.
+        // Unbound first, so that unit 0 holds nothing of before if the bind
+        // fails. GL refuses a name that was deleted, never made, or made for
+        // another target; its error is read here, so that no later step
+        // takes it for its own.
         glBindTexture(textureTarget_, 0);
+        while (glGetError() != GL_NO_ERROR) {
+        }
         glBindTexture(textureTarget_, texture_);
+        bound = texture_ != 0 && glGetError() == GL_NO_ERROR;
+        if (!bound)
+            return;
         glUniform1i(program->uniformLocation("lm_input"), 0);
         vaoState_->bindVAO(*gl);
         glDrawArrays(GL_TRIANGLE_STRIP, 0, 4);
     });
-    return output;
+    if (bound)
+        return output;
+    LMLog("LMFilterOpenGLTextureAdapter: Cannot bind texture %u as target 0x%04X; drawing black", texture_,
+          textureTarget_);
+    return drawBlack();
 }
 
 std::shared_ptr<LMProgram> LMFilterOpenGLTextureAdapter::programForTarget(const std::shared_ptr<LMContext>& context)

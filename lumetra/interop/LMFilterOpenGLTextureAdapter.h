@@ -18,7 +18,9 @@
 // other throws LMException. It never deletes the texture.
 //
 // Rectangle textures (GL_TEXTURE_RECTANGLE) and 2D textures (GL_TEXTURE_2D)
-// are drawn; a texture of any other target is reported and drawn as black.
+// are drawn; a texture of any other target is reported and drawn as black,
+// and so is a name GL cannot bind (0, deleted, never made, or made for
+// another target) or a texture size that is not a positive number.
 class LMFilterOpenGLTextureAdapter : public LMFilterClass<LMFilterOpenGLTextureAdapter> {
 public:
     // A new filter, its program loaded in the context and bound to it.

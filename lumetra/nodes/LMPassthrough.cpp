@@ -1,6 +1,10 @@
 #include "lumetra/nodes/LMPassthrough.h"
 
+#include "lumetra/graph/LMCycleGuard.h"
 #include "lumetra/nodes/LMColor.h"
+#include "lumetra/platform/LMLog.h"
+
+#include <utility>
 
 std::shared_ptr<LMPassthrough> LMPassthrough::passthrough()
 {
@@ -17,13 +21,34 @@ std::shared_ptr<LMPassthrough> LMPassthrough::passthroughWithInput(std::shared_p
 std::shared_ptr<LMImage> LMPassthrough::drawWithContext(const std::shared_ptr<LMContext>& context)
 {
     ++count_;
-    if (input_)
-        return input_->drawWithContext(context);
+    // Met again inside its own draw, the passthrough is its own input: there
+    // it reads as black, and the draw where the cycle closes gives black.
+    if (drawing_) {
+        cycleMet_ = true;
+        return LMColor::blackColor()->drawWithContext(context);
+    }
+    if (!input_)
+        return LMColor::blackColor()->drawWithContext(context);
+
+    std::shared_ptr<LMImage> image;
+    {
+        LMCycleGuard guard(drawing_);
+        cycleMet_ = false;
+        image = input_->drawWithContext(context);
+    }
+    if (!cycleMet_)
+        return image;
+    if (!std::exchange(reportedCycle_, true))
+        LMLog("LMPassthrough: The graph has a cycle through <LMPassthrough: %p>; drawing black",
+              static_cast<const void*>(this));
     return LMColor::blackColor()->drawWithContext(context);
 }
 
 bool LMPassthrough::updateNeedsRedraw()
 {
+    if (askingInput_)
+        return needsRedraw_;
+    LMCycleGuard guard(askingInput_);
     if (auto* caching = dynamic_cast<LMDrawableCaching*>(input_.get()))
         needsRedraw_ = caching->updateNeedsRedraw();
     return needsRedraw_;

@@ -16,7 +16,8 @@ public:
     static std::shared_ptr<LMPassthrough> passthroughWithInput(std::shared_ptr<LMDrawable> input);
 
     // Counts the draw, then returns the input's very image, or the black
-    // image of the context's size when there is no input.
+    // image of the context's size when there is no input or the input
+    // leads back here (a cycle, logged once).
     std::shared_ptr<LMImage> drawWithContext(const std::shared_ptr<LMContext>& context) override;
 
     bool needsRedraw() const override { return needsRedraw_; }
@@ -40,4 +41,9 @@ private:
     std::shared_ptr<LMDrawable> input_;
     uint64_t count_ = 0;
     bool needsRedraw_ = false;
+    // Met again while drawing or asking its input: the graph is a cycle.
+    bool drawing_ = false;
+    bool askingInput_ = false;
+    bool cycleMet_ = false;
+    bool reportedCycle_ = false;
 };

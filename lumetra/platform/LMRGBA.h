@@ -28,10 +28,11 @@ struct LMRGBA {
 
     static constexpr LMRGBA grey(double white, double alpha = 1.0) { return {white, white, white, alpha}; }
 
-    // Hue in turns (0 to 1), saturation and brightness from 0 to 1.
+    // Hue in turns (0 to 1), saturation and brightness from 0 to 1. A hue
+    // that is not a finite number is taken as 0 (red).
     static LMRGBA fromHSB(double hue, double saturation, double brightness, double alpha = 1.0)
     {
-        const double h = (hue - std::floor(hue)) * 6.0;
+        const double h = std::isfinite(hue) ? (hue - std::floor(hue)) * 6.0 : 0.0;
         const double c = brightness * saturation;
         const double x = c * (1.0 - std::fabs(std::fmod(h, 2.0) - 1.0));
         const double m = brightness - c;
