@@ -10,8 +10,6 @@
 #include <EGL/egl.h>
 
 #include <array>
-#include <atomic>
-#include <cstring>
 #include <thread>
 
 namespace {
@@ -38,16 +36,27 @@ std::string glString(GLenum name)
 
 } // namespace
 
-TEST(LMContext, LogsTheSetUpLinesAndNothingElse)
+TEST(LMContext, IsAConfiguredCoreProfileContextThatLogsOnlyItsSetUp)
 {
     LogCapture capture;
-    auto context = LMContext::contextWithDimensions({1280, 720});
+    auto context = LMContext::contextWithDimensions({100.5, 40.7});
     ASSERT_NE(context->openGLContext(), nullptr);
+    EXPECT_FALSE(LMEGLDisplay::setPreferredPlatform(LMEGLPlatform::Surfaceless))
+        << "the display is chosen once, before the first context";
 
-    GLint maxTextureSize = 0;
+    GLint maxTextureSize = 0, profile = 0, major = 0, minor = 0;
+    std::array<GLint, 4> viewport{};
+    std::vector<GLenum> enabled;
     std::string renderer, version, glsl;
     context->executeOpenGL([&] {
         glGetIntegerv(GL_MAX_TEXTURE_SIZE, &maxTextureSize);
+        glGetIntegerv(GL_VIEWPORT, viewport.data());
+        glGetIntegerv(GL_CONTEXT_PROFILE_MASK, &profile);
+        glGetIntegerv(GL_MAJOR_VERSION, &major);
+        glGetIntegerv(GL_MINOR_VERSION, &minor);
+        for (GLenum capability : {GL_DITHER, GL_BLEND, GL_STENCIL_TEST, GL_DEPTH_TEST})
+            if (glIsEnabled(capability))
+                enabled.push_back(capability);
         renderer = glString(GL_RENDERER);
         version = glString(GL_VERSION);
         glsl = glString(GL_SHADING_LANGUAGE_VERSION);
@@ -60,46 +69,16 @@ TEST(LMContext, LogsTheSetUpLinesAndNothingElse)
                   "Lumetra context created with Renderer: " + renderer + ", OpenGL Version: " + version +
                       ", GLSL Version: " + glsl,
               }));
-}
-
-TEST(LMContext, IsAConfiguredCoreProfileContextOfTheGivenSize)
-{
-    auto defaultContext = LMContext::context();
-    EXPECT_EQ(defaultContext->dimensions(), (LMSize{640, 480}));
-    EXPECT_FALSE(defaultContext->cachingEnabled());
-    EXPECT_FALSE(defaultContext->sharedSetupComplete());
-    EXPECT_EQ(defaultContext->sharedVAO(), nullptr);
-    EXPECT_EQ(defaultContext->sharedVertexShader(), 0u);
-    EXPECT_EQ(defaultContext->openGLPixelFormat(), defaultContext->pixelFormat());
-    EXPECT_FALSE(LMEGLDisplay::setPreferredPlatform(LMEGLPlatform::Surfaceless))
-        << "the display is chosen once, before the first context";
-
-    auto context = LMContext::contextWithDimensions({100.5, 40.7});
-    GLint viewport[4] = {}, profile = 0, major = 0, minor = 0;
-    GLboolean dither = GL_TRUE, blend = GL_TRUE, stencil = GL_TRUE, depth = GL_TRUE;
-    context->executeOpenGL([&] {
-        glGetIntegerv(GL_VIEWPORT, viewport);
-        glGetIntegerv(GL_CONTEXT_PROFILE_MASK, &profile);
-        glGetIntegerv(GL_MAJOR_VERSION, &major);
-        glGetIntegerv(GL_MINOR_VERSION, &minor);
-        dither = glIsEnabled(GL_DITHER);
-        blend = glIsEnabled(GL_BLEND);
-        stencil = glIsEnabled(GL_STENCIL_TEST);
-        depth = glIsEnabled(GL_DEPTH_TEST);
-    });
-    EXPECT_EQ((std::array<GLint, 4>{viewport[0], viewport[1], viewport[2], viewport[3]}),
-              (std::array<GLint, 4>{0, 0, 100, 40}))
-        << "the viewport takes the floor of the dimensions";
+    EXPECT_EQ(viewport, (std::array<GLint, 4>{0, 0, 100, 40})) << "the viewport takes the floor of the dimensions";
     EXPECT_EQ(context->gl()->currentViewport(), (LMRect{0, 0, 100, 40}));
     EXPECT_TRUE(profile & GL_CONTEXT_CORE_PROFILE_BIT);
     EXPECT_GE(major * 10 + minor, 32);
-    EXPECT_EQ(dither, GL_FALSE);
-    EXPECT_EQ(blend, GL_FALSE);
-    EXPECT_EQ(stencil, GL_FALSE);
-    EXPECT_EQ(depth, GL_FALSE);
+    EXPECT_EQ(enabled, std::vector<GLenum>{}) << "dithering, blending, stencil and depth tests are off";
 }
 
-TEST(LMContext, SharedQuadFollowsTheUnflooredDimensions)
+// The shared vertex array, buffer and vertex shader are made at the first
+// shared set-up, once.
+TEST(LMContext, SharedQuadRecordsItsLayoutAndFollowsTheUnflooredDimensions)
 {
     auto context = LMContext::contextWithDimensions({64, 64});
     context->setDimensions({100.5, 40});
@@ -108,22 +87,8 @@ TEST(LMContext, SharedQuadFollowsTheUnflooredDimensions)
     LogCapture capture;
     context->bindToSharedVAO();
     EXPECT_TRUE(context->sharedSetupComplete());
-    EXPECT_TRUE(capture.lines().empty()) << "a clean set-up logs nothing";
+    EXPECT_TRUE(capture.lines().empty()) << "a clean set-up, the vertex shader's compilation included, logs nothing";
     EXPECT_EQ(readSharedQuad(*context), expectedQuad(100.5f, 40.f));
-
-    context->setDimensions({300.25, 7.75});
-    EXPECT_EQ(context->dimensions(), (LMSize{300.25, 7.75}));
-    EXPECT_EQ(readSharedQuad(*context), expectedQuad(300.25f, 7.75f));
-
-    auto vao = context->sharedVAO();
-    context->bindToSharedVAO();
-    EXPECT_EQ(context->sharedVAO(), vao) << "the shared objects are made once";
-}
-
-TEST(LMContext, SharedVertexArrayRecordsTheQuadLayout)
-{
-    auto context = LMContext::contextWithDimensions({32, 16});
-    context->bindToSharedVAO();
 
     VertexAttributeState position{}, texCoord{};
     GLint boundArray = 0;
@@ -136,27 +101,12 @@ TEST(LMContext, SharedVertexArrayRecordsTheQuadLayout)
     const GLint vbo = static_cast<GLint>(context->sharedVBO()->number());
     EXPECT_EQ(position, (VertexAttributeState{GL_TRUE, 2, GL_FLOAT, GL_FALSE, 16, 0, vbo}));
     EXPECT_EQ(texCoord, (VertexAttributeState{GL_TRUE, 2, GL_FLOAT, GL_TRUE, 16, 8, vbo}));
-}
 
-TEST(LMContext, SharedVertexShaderIsCompiledFromTheSharedSource)
-{
-    auto context = LMContext::contextWithDimensions({8, 8});
+    context->setDimensions({300.25, 7.75});
+    EXPECT_EQ(readSharedQuad(*context), expectedQuad(300.25f, 7.75f));
+    auto vao = context->sharedVAO();
     context->bindToSharedVAO();
-    ASSERT_NE(context->sharedVertexShader(), 0u);
-
-    GLint type = 0, status = 0;
-    char source[1024] = {};
-    context->executeOpenGL([&] {
-        glGetShaderiv(context->sharedVertexShader(), GL_SHADER_TYPE, &type);
-        glGetShaderiv(context->sharedVertexShader(), GL_COMPILE_STATUS, &status);
-        glGetShaderSource(context->sharedVertexShader(), sizeof(source), nullptr, source);
-    });
-    EXPECT_EQ(type, GL_VERTEX_SHADER);
-    EXPECT_EQ(status, GL_TRUE);
-    EXPECT_STREQ(source,
-                 "#version 150 \nin vec2 in_Position; in vec2 in_TexCoord; noperspective out vec2 lm_location; "
-                 "void main() {    lm_location = in_TexCoord;    gl_Position = vec4(in_Position.x, in_Position.y, "
-                 "0.0, 1.0); } ");
+    EXPECT_EQ(context->sharedVAO(), vao) << "the shared objects are made once";
 }
 
 TEST(LMContext, BlocksRunOnTheGLThreadWithTheContextCurrent)
@@ -188,50 +138,6 @@ TEST(LMContext, BlocksRunOnTheGLThreadWithTheContextCurrent)
     context->executeOpenGLNoContextSwitch([] { LMOpenGLContext::clearCurrentContext(); });
     context->executeOpenGL([&] { currentInBlock = eglGetCurrentContext(); });
     EXPECT_EQ(currentInBlock, glContext);
-}
-
-TEST(LMContext, NestedSubmissionsRunAtOnce)
-{
-    auto context = LMContext::contextWithDimensions({16, 16});
-    std::vector<int> order;
-    context->executeOpenGL([&] {
-        order.push_back(1);
-        context->executeOpenGLNoContextSwitch([&] {
-            order.push_back(2);
-            context->bindToSharedVAO();
-            context->executeOpenGL([&] { order.push_back(3); });
-        });
-        order.push_back(4);
-    });
-    EXPECT_EQ(order, (std::vector<int>{1, 2, 3, 4}));
-    EXPECT_TRUE(context->sharedSetupComplete());
-}
-
-TEST(LMContext, BlocksFromTwoHostThreadsNeverOverlap)
-{
-    auto context = LMContext::contextWithDimensions({16, 16});
-    std::atomic<int> inside{0}, overlaps{0};
-    std::atomic<int> wrongContext{0};
-    void* const glContext = context->openGLContext()->eglContext();
-
-    auto submit = [&] {
-        for (int i = 0; i < 1000; ++i) {
-            context->executeOpenGL([&] {
-                if (inside.fetch_add(1) != 0)
-                    overlaps.fetch_add(1);
-                if (eglGetCurrentContext() != glContext)
-                    wrongContext.fetch_add(1);
-                GLint viewport[4];
-                glGetIntegerv(GL_VIEWPORT, viewport);
-                inside.fetch_sub(1);
-            });
-        }
-    };
-    std::thread first(submit), second(submit);
-    first.join();
-    second.join();
-    EXPECT_EQ(overlaps.load(), 0);
-    EXPECT_EQ(wrongContext.load(), 0);
 }
 
 TEST(LMContext, ManyContextsLeaveNoThreadsOrMemoryBehind)

@@ -1,3 +1,4 @@
+#include "support/GLObjects.h"
 #include "support/LogCapture.h"
 
 #include <lumetra/context/LMContext.h>
@@ -15,19 +16,9 @@ const char* const gradientShader =
     "uniform float lm_green;\n"
     "void main() { lm_output = vec3(lm_location.x / 8.0, lm_green, 0.25); }\n";
 
-int liveShaders(LMContext& context)
-{
-    int live = 0;
-    context.executeOpenGL([&] {
-        for (GLuint name = 1; name < 256; ++name)
-            live += glIsShader(name) == GL_TRUE;
-    });
-    return live;
-}
-
 } // namespace
 
-TEST(LMProgram, IsCompiledOncePerNameAndCachedForTheContextsLife)
+TEST(LMProgram, IsCompiledOncePerNameAndCachedForTheContextsLifeEvenWhenItFails)
 {
     auto context = LMContext::contextWithDimensions({8, 4});
     EXPECT_FALSE(context->hasProgramWithName("Gradient"));
@@ -40,13 +31,11 @@ TEST(LMProgram, IsCompiledOncePerNameAndCachedForTheContextsLife)
     EXPECT_TRUE(context->sharedSetupComplete()) << "the first program creates the shared objects";
     EXPECT_TRUE(context->hasProgramWithName("Gradient"));
     EXPECT_EQ(context->getProgramWithName("Gradient"), program);
-    EXPECT_EQ(program->name(), "") << "the constructor sets no name";
-    EXPECT_EQ(program->context(), nullptr) << "nor an owner";
 
-    const int shaders = liveShaders(*context);
+    const auto shaders = liveGLObjects(*context, glIsShader, 256);
     auto again = context->createProgramWithName("Gradient", "this would not even compile");
     EXPECT_EQ(again, program);
-    EXPECT_EQ(liveShaders(*context), shaders) << "a known name compiles nothing";
+    EXPECT_EQ(liveGLObjects(*context, glIsShader, 256), shaders) << "a known name compiles nothing";
     EXPECT_TRUE(capture.lines().empty());
 
     GLint linked = GL_FALSE, outputLocation = -1;
@@ -61,52 +50,18 @@ TEST(LMProgram, IsCompiledOncePerNameAndCachedForTheContextsLife)
     EXPECT_EQ(outputLocation, 0);
     EXPECT_EQ(position, static_cast<GLint>(LM_ATTRIBUTE_INDEX_POSITION));
     EXPECT_EQ(texCoord, static_cast<GLint>(LM_ATTRIBUTE_INDEX_TEXTURE_COORDS));
-}
 
-TEST(LMProgram, FailedCompilationIsLoggedAndStillCached)
-{
-    auto context = LMContext::contextWithDimensions({8, 4});
-    LogCapture capture;
-    auto program = context->createProgramWithName("Broken", "#version 150\nvoid main() { lm_output = oops; }\n");
-    ASSERT_TRUE(program);
-    EXPECT_EQ(context->getProgramWithName("Broken"), program);
-
+    auto broken = context->createProgramWithName("Broken", "#version 150\nvoid main() { lm_output = oops; }\n");
+    ASSERT_TRUE(broken);
+    EXPECT_EQ(context->getProgramWithName("Broken"), broken);
+    EXPECT_TRUE(isGLObject(*context, glIsProgram, broken->number()));
     const auto lines = capture.lines();
     ASSERT_FALSE(lines.empty());
-    const std::string prefix = "LMFilter: Fragment Shader for Broken failed to compile: ";
-    ASSERT_TRUE(lines[0].starts_with(prefix)) << lines[0];
+    EXPECT_TRUE(lines[0].starts_with("LMFilter: Fragment Shader for Broken failed to compile: ")) << lines[0];
     EXPECT_NE(lines[0].find("lm_output"), std::string::npos) << "the driver's log names the culprit: " << lines[0];
-
-    GLboolean isProgram = GL_FALSE;
-    context->executeOpenGL([&] { isProgram = glIsProgram(program->number()); });
-    EXPECT_EQ(isProgram, GL_TRUE);
 }
 
-TEST(LMProgram, AsksGLForEachUniformOnce)
-{
-    auto context = LMContext::contextWithDimensions({8, 4});
-    auto program = context->createProgramWithName("Gradient", gradientShader);
-    GLint green = -2, missing = -2, greenAfter = -2, missingAfter = -2;
-    GLenum error = GL_NO_ERROR;
-    context->executeOpenGL([&] {
-        green = program->uniformLocation("lm_green");
-        missing = program->uniformLocation("lm_missing");
-        // Once the GL program is gone, only the cache can still answer; asking
-        // GL would give -1 and an error.
-        glDeleteProgram(program->number());
-        greenAfter = program->uniformLocation("lm_green");
-        missingAfter = program->uniformLocation("lm_missing");
-        error = glGetError();
-    });
-    EXPECT_GE(green, 0);
-    EXPECT_EQ(missing, -1);
-    EXPECT_EQ(greenAfter, green);
-    EXPECT_EQ(missingAfter, -1);
-    EXPECT_EQ(error, static_cast<GLenum>(GL_NO_ERROR));
-    EXPECT_EQ(program->uniformLocationCache().size(), 2u);
-}
-
-TEST(LMProgram, RefusesToCacheALocationAskedWithoutAGLContext)
+TEST(LMProgram, AsksGLForEachUniformOnceAndOnlyWithAGLContextCurrent)
 {
     auto context = LMContext::contextWithDimensions({8, 4});
     auto program = context->createProgramWithName("Gradient", gradientShader);
@@ -116,12 +71,27 @@ TEST(LMProgram, RefusesToCacheALocationAskedWithoutAGLContext)
     EXPECT_EQ(capture.lines(),
               (std::vector<std::string>{"LMProgram: Uniform location of lm_green asked with no GL context current"}));
     EXPECT_TRUE(program->uniformLocationCache().empty());
-    GLint location = -1, fromGL = -2;
+
+    GLint green = -2, fromGL = -3, missing = -2, greenAfter = -2, missingAfter = -2;
+    GLenum error = GL_NO_ERROR;
     context->executeOpenGL([&] {
-        location = program->uniformLocation("lm_green");
+        green = program->uniformLocation("lm_green");
         fromGL = glGetUniformLocation(program->number(), "lm_green");
+        missing = program->uniformLocation("lm_missing");
+        // Once the GL program is gone, only the cache can still answer; asking
+        // GL would give -1 and an error.
+        glDeleteProgram(program->number());
+        greenAfter = program->uniformLocation("lm_green");
+        missingAfter = program->uniformLocation("lm_missing");
+        error = glGetError();
     });
-    EXPECT_EQ(location, fromGL);
+    EXPECT_GE(green, 0);
+    EXPECT_EQ(green, fromGL);
+    EXPECT_EQ(missing, -1);
+    EXPECT_EQ(greenAfter, green);
+    EXPECT_EQ(missingAfter, -1);
+    EXPECT_EQ(error, static_cast<GLenum>(GL_NO_ERROR));
+    EXPECT_EQ(program->uniformLocationCache().size(), 2u);
 }
 
 TEST(LMProgram, DrawsIntoTheBoundRenderTarget)

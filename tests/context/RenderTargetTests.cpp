@@ -1,3 +1,5 @@
+#include "support/ConcurrentReleases.h"
+#include "support/GLObjects.h"
 #include "support/LogCapture.h"
 
 #include <lumetra/context/LMContext.h>
@@ -5,12 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <atomic>
 #include <cmath>
-#include <deque>
-#include <mutex>
-#include <set>
-#include <thread>
 
 namespace {
 
@@ -33,27 +30,6 @@ TextureInfo describe(LMContext& context, GLuint texture)
         glGetTexParameterfv(GL_TEXTURE_RECTANGLE, GL_TEXTURE_WRAP_T, &info.wrapT);
     });
     return info;
-}
-
-bool textureExists(LMContext& context, GLuint texture)
-{
-    GLboolean exists = GL_FALSE;
-    context.executeOpenGL([&] { exists = glIsTexture(texture); });
-    return exists == GL_TRUE;
-}
-
-// How many texture and framebuffer names are alive among the low ones that
-// a test this size uses: a leaked name shows up as one more.
-std::pair<int, int> liveNames(LMContext& context)
-{
-    std::pair<int, int> live{0, 0};
-    context.executeOpenGL([&] {
-        for (GLuint name = 1; name < 512; ++name) {
-            live.first += glIsTexture(name) == GL_TRUE;
-            live.second += glIsFramebuffer(name) == GL_TRUE;
-        }
-    });
-    return live;
 }
 
 class RenderTargets : public testing::Test {
@@ -83,9 +59,6 @@ TEST_F(RenderTargets, AreReusedByExactSize)
     ASSERT_TRUE(larger);
     EXPECT_NE(larger, first) << "half a pixel more is another size";
     EXPECT_EQ(context->renderTargetPool()->objectsUnused(), 1u);
-    const TextureInfo info = describe(*context, larger->texture());
-    EXPECT_EQ(info.width, 256);
-    EXPECT_EQ(info.height, 256);
 
     context->releaseRenderTarget(nullptr); // does nothing
     EXPECT_EQ(context->renderTargetPool()->objectsUsed(), 2u);
@@ -130,21 +103,22 @@ TEST_F(RenderTargets, FlushesDeleteOnlyUnusedTargets)
 
     context->releaseRenderTarget(small);
     context->flushUnusedTargets();
-    EXPECT_FALSE(textureExists(*context, small->texture()));
-    EXPECT_TRUE(textureExists(*context, kept->texture()));
+    EXPECT_FALSE(isGLObject(*context, glIsTexture, small->texture()));
+    EXPECT_TRUE(isGLObject(*context, glIsTexture, kept->texture()));
     EXPECT_EQ(context->renderTargetPool()->objectsAllocated(), 2u);
 
     // A size change flushes unused targets of every size, the new one included.
     context->releaseRenderTarget(newSize);
     context->setDimensions({512, 128});
-    EXPECT_FALSE(textureExists(*context, newSize->texture()));
-    EXPECT_TRUE(textureExists(*context, kept->texture()));
+    EXPECT_FALSE(isGLObject(*context, glIsTexture, newSize->texture()));
+    EXPECT_TRUE(isGLObject(*context, glIsTexture, kept->texture()));
     EXPECT_EQ(context->renderTargetPool()->objectsAllocated(), 1u);
 }
 
 TEST_F(RenderTargets, FailedCreationsLogYieldNothingAndLeakNothing)
 {
-    const auto namesBefore = liveNames(*context);
+    const auto texturesBefore = liveGLObjects(*context, glIsTexture, 512);
+    const auto framebuffersBefore = liveGLObjects(*context, glIsFramebuffer, 512);
     const size_t allocatedBefore = context->renderTargetPool()->objectsAllocated();
     LogCapture capture;
 
@@ -156,12 +130,11 @@ TEST_F(RenderTargets, FailedCreationsLogYieldNothingAndLeakNothing)
                                    "LMRenderTargetPool: Framebuffer not complete in time to render.",
                                    "LMRenderTargetPool: Framebuffer not complete in time to render.",
                                }));
-    EXPECT_EQ(liveNames(*context), namesBefore);
+    EXPECT_EQ(liveGLObjects(*context, glIsTexture, 512), texturesBefore);
+    EXPECT_EQ(liveGLObjects(*context, glIsFramebuffer, 512), framebuffersBefore);
     EXPECT_EQ(context->renderTargetPool()->objectsAllocated(), allocatedBefore) << "failed ids are dropped";
 
-    GLenum pending = GL_NO_ERROR;
-    context->executeOpenGL([&] { pending = glGetError(); });
-    EXPECT_EQ(pending, static_cast<GLenum>(GL_NO_ERROR));
+    EXPECT_EQ(pendingGLError(*context), static_cast<GLenum>(GL_NO_ERROR));
     EXPECT_TRUE(context->requestRenderTargetWithDimensions({16, 16})) << "the pool goes on working";
 }
 
@@ -173,9 +146,9 @@ TEST_F(RenderTargets, PoolTeardownDeletesThroughTheLiveContextOnly)
         const uint64_t id = pool.requestRenderTargetWithDimensions({40, 30});
         ASSERT_NE(id, LMNotFound);
         texture = pool.renderTargetWithId(id)->texture();
-        EXPECT_TRUE(textureExists(*context, texture));
+        EXPECT_TRUE(isGLObject(*context, glIsTexture, texture));
     }
-    EXPECT_FALSE(textureExists(*context, texture)) << "teardown reached the render-target deletion";
+    EXPECT_FALSE(isGLObject(*context, glIsTexture, texture)) << "teardown reached the render-target deletion";
 
     // A context that goes while targets are leased frees nothing one by one
     // and leaves the targets as plain records.
@@ -194,52 +167,23 @@ TEST_F(RenderTargets, PoolTeardownDeletesThroughTheLiveContextOnly)
 TEST_F(RenderTargets, ReleasesFromAnotherThreadKeepThePoolConsistent)
 {
     const LMSize sizes[] = {{16, 16}, {32, 8}, {8, 32}};
-    std::mutex mutex;
-    std::deque<std::shared_ptr<LMRenderTarget>> toRelease;
-    std::set<uint64_t> leased;
-    std::atomic<bool> done{false};
-    int handedOutTwice = 0, wrongSize = 0;
-
-    std::thread releaser([&] {
-        for (;;) {
-            std::shared_ptr<LMRenderTarget> target;
-            {
-                std::lock_guard<std::mutex> lock(mutex);
-                if (toRelease.empty()) {
-                    if (done)
-                        return;
-                    continue;
-                }
-                target = toRelease.front();
-                toRelease.pop_front();
-                leased.erase(target->identifier());
-            }
-            context->releaseRenderTarget(target);
-        }
-    });
-
-    for (int i = 0; i < 1500; ++i) {
-        const LMSize size = sizes[i % 3];
-        auto target = context->requestRenderTargetWithDimensions(size);
-        ASSERT_TRUE(target);
-        wrongSize += !(target->dimensions() == size);
-        {
-            std::lock_guard<std::mutex> lock(mutex);
-            handedOutTwice += !leased.insert(target->identifier()).second;
-            toRelease.push_back(target);
-        }
-        if (i % 50 == 0)
-            context->flushUnusedTargets();
-    }
-    done = true;
-    releaser.join();
+    int wrongSize = 0;
+    const int handedOutTwice = leaseWhileAnotherThreadReleases(
+        1500,
+        [&](int i) {
+            auto target = context->requestRenderTargetWithDimensions(sizes[i % 3]);
+            wrongSize += !target || !(target->dimensions() == sizes[i % 3]);
+            if (i % 50 == 0)
+                context->flushUnusedTargets();
+            return target;
+        },
+        [](const auto& target) { return target ? target->identifier() : LMNotFound; },
+        [&](const auto& target) { context->releaseRenderTarget(target); });
 
     EXPECT_EQ(handedOutTwice, 0);
     EXPECT_EQ(wrongSize, 0);
     EXPECT_EQ(context->renderTargetPool()->objectsUsed(), 0u);
     context->flushUnusedTargets();
     EXPECT_EQ(context->renderTargetPool()->objectsAllocated(), 0u);
-    GLenum pending = GL_NO_ERROR;
-    context->executeOpenGL([&] { pending = glGetError(); });
-    EXPECT_EQ(pending, static_cast<GLenum>(GL_NO_ERROR));
+    EXPECT_EQ(pendingGLError(*context), static_cast<GLenum>(GL_NO_ERROR));
 }

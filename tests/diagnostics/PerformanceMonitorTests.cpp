@@ -1,3 +1,4 @@
+#include "support/GLObjects.h"
 #include "support/ProcessStats.h"
 
 #include <lumetra/lumetra.h>
@@ -26,11 +27,6 @@ struct Listener {
     std::function<void()> duringReport;
 };
 
-void finishGL(LMContext& context)
-{
-    context.executeOpenGL([] { glFinish(); });
-}
-
 // A little GPU work: a fresh colour node leases and clears a target.
 void drawSomething(const std::shared_ptr<LMContext>& context)
 {
@@ -43,7 +39,7 @@ void timeFinishedSpan(LMPerformanceMonitor& monitor, const std::shared_ptr<LMCon
     monitor.startTiming();
     drawSomething(context);
     monitor.stopTiming();
-    finishGL(*context);
+    context->executeOpenGL([] { glFinish(); });
 }
 
 // About 150 ms of fragment shading on llvmpipe.
@@ -66,18 +62,16 @@ void drawSlowly(const std::shared_ptr<LMContext>& context)
 class PerformanceMonitors : public testing::Test {
 protected:
     void SetUp() override { drawSomething(context); }
-    void finishGL() { ::finishGL(*context); }
-    GLenum glError()
+    void finishGL() { context->executeOpenGL([] { glFinish(); }); }
+    bool isQuery(GLuint name) { return isGLObject(*context, glIsQuery, name); }
+
+    // A monitor that reports to the listener when the test ticks it.
+    std::shared_ptr<LMPerformanceMonitor> hostDrivenMonitor()
     {
-        GLenum error = GL_NO_ERROR;
-        context->executeOpenGL([&] { error = glGetError(); });
-        return error;
-    }
-    bool isQuery(GLuint name)
-    {
-        GLboolean answer = GL_FALSE;
-        context->executeOpenGL([&] { answer = glIsQuery(name); });
-        return answer == GL_TRUE;
+        auto monitor = LMPerformanceMonitor::performanceMonitorWithContext(context);
+        monitor->setUsesTimerThread(false);
+        monitor->setTargetAction({listener, &Listener::report});
+        return monitor;
     }
 
     std::shared_ptr<LMContext> context = LMContext::contextWithDimensions({256, 256});
@@ -88,9 +82,7 @@ protected:
 
 TEST_F(PerformanceMonitors, HostDrivenTicksReportEachNewResultOnce)
 {
-    auto monitor = LMPerformanceMonitor::performanceMonitorWithContext(context);
-    monitor->setUsesTimerThread(false);
-    monitor->setTargetAction({listener, &Listener::report});
+    auto monitor = hostDrivenMonitor();
     monitor->setEnabled(true);
     EXPECT_FALSE(monitor->timerQueryCreated()) << "only start makes the query";
     monitor->start();
@@ -128,7 +120,7 @@ TEST_F(PerformanceMonitors, HostDrivenTicksReportEachNewResultOnce)
     monitor->tick();
     EXPECT_FALSE(monitor->timerQueryHasNewResults());
     monitor->stopTiming();
-    EXPECT_EQ(glError(), static_cast<GLenum>(GL_NO_ERROR)) << "the monitor leaves no GL error behind";
+    EXPECT_EQ(pendingGLError(*context), static_cast<GLenum>(GL_NO_ERROR)) << "the monitor leaves no GL error behind";
 }
 
 TEST_F(PerformanceMonitors, MeasureNothingWhileDisabledOrWithoutAContext)
@@ -158,9 +150,7 @@ TEST_F(PerformanceMonitors, MeasureNothingWhileDisabledOrWithoutAContext)
 
 TEST_F(PerformanceMonitors, GiveUpASpanTheGPUHasNotFinished)
 {
-    auto monitor = LMPerformanceMonitor::performanceMonitorWithContext(context);
-    monitor->setUsesTimerThread(false);
-    monitor->setTargetAction({listener, &Listener::report});
+    auto monitor = hostDrivenMonitor();
     monitor->start();
     monitor->startTiming();
     drawSlowly(context);

@@ -61,7 +61,6 @@ TEST_F(BuiltInFilters, PerPixelKernelsComputeTheirFormulas)
     auto fader = LMFilterFader::filterWithInput(LMColor::colorWithRed(0.8, 0.6, 0.2));
     expectColor(at(fader->drawWithContext(context), 3, 3), 0, 0, 0, "an unset fader is black");
     fader->setControl(0.5);
-    EXPECT_EQ(fader->control(), 0.5);
     expectColor(at(fader->drawWithContext(context), 3, 3), stored(0.8) / 2, stored(0.6) / 2, stored(0.2) / 2, "fader");
 }
 
@@ -85,7 +84,6 @@ TEST_F(BuiltInFilters, SRGBConversionsFollowTheirCurvesAndThresholds)
 TEST_F(BuiltInFilters, CircleMasksPixelCentresWithinTheRadius)
 {
     auto circle = LMFilterCircle::filter();
-    EXPECT_EQ(circle->centerVector(), (std::vector<double>{0, 0}));
     expectColor(at(circle->drawWithContext(context), 0, 0), 0, 0, 0, "a new circle is black");
     EXPECT_EQ(circle.proxy()->watchedMethods(), (std::vector<std::string>{"setRadius:", "setCenterVector:"}));
 
@@ -114,7 +112,6 @@ TEST_F(BuiltInFilters, TransformMovesTheInputWithWrapAround)
 {
     auto transform = LMFilterTransform::filterWithInput(Ramp::filter());
     EXPECT_EQ(transform.proxy()->watchedMethods(), (std::vector<std::string>{"setInput:", "setTransformMatrix:"}));
-    EXPECT_EQ(transform->transformMatrix(), (std::vector<double>{1, 0, 0, 0, 1, 0, 0, 0, 1}));
     expectColor(at(transform->drawWithContext(context), 30, 40), 0.305, 0.405, 0, "identity");
 
     LMAffineTransform move;
@@ -196,8 +193,8 @@ TEST_F(BuiltInFilters, OnlyTheChangedBranchOfAChainRedraws)
     EXPECT_NE(circle->cachedOutput(), mask);
     EXPECT_EQ(encode->cachedOutput(), encoded) << "the untouched branch was not redrawn";
 
-    const double expected = std::pow(stored(stored(1 - stored(0.75)) * 0.5), 0.4167) * 1.055 - 0.055;
-    expectColor(at(second, 5, 5), stored(expected), stored(std::pow(stored(stored(1 - stored(0.5)) * 0.5), 0.4167) * 1.055 - 0.055),
-                stored(std::pow(stored(stored(1 - stored(0.25)) * 0.5), 0.4167) * 1.055 - 0.055), "outside the circle");
+    // Each node's output as its 16-bit target holds it: inverted, halved, encoded.
+    auto branch = [](double c) { return stored(std::pow(stored(stored(1 - stored(c)) * 0.5), 0.4167) * 1.055 - 0.055); };
+    expectColor(at(second, 5, 5), branch(0.75), branch(0.5), branch(0.25), "outside the circle");
     expectColor(at(second, 50, 75), 1, 1, 1, "inside the grown circle");
 }

@@ -23,7 +23,7 @@ void expectPoint(LMPoint actual, LMPoint expected)
 
 } // namespace
 
-TEST(LMAffineTransform, AppliesNewOperationsToPointsFirst)
+TEST(LMAffineTransform, AppliesNewOperationsToPointsFirstAndInverts)
 {
     LMAffineTransform transform;
     EXPECT_TRUE(transform.isIdentity());
@@ -41,15 +41,13 @@ TEST(LMAffineTransform, AppliesNewOperationsToPointsFirst)
     LMAffineTransform stretch;
     stretch.scaleXBy(3, 5);
     expectPoint(stretch.transformPoint({1, 1}), {3, 5});
-}
 
-TEST(LMAffineTransform, InvertsAndGivesTheIdentityWhenSingular)
-{
-    LMAffineTransform transform;
-    transform.translateXBy(7, -3).rotateByDegrees(30).scaleXBy(2, 0.5);
-    LMAffineTransform inverse = transform;
+    // Inverted, and the identity when singular.
+    LMAffineTransform mixed;
+    mixed.translateXBy(7, -3).rotateByDegrees(30).scaleXBy(2, 0.5);
+    LMAffineTransform inverse = mixed;
     inverse.invert();
-    expectPoint(inverse.transformPoint(transform.transformPoint({5, 9})), {5, 9});
+    expectPoint(inverse.transformPoint(mixed.transformPoint({5, 9})), {5, 9});
 
     LMAffineTransform singular;
     singular.scaleXBy(0, 1);

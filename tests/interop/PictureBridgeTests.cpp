@@ -1,4 +1,5 @@
 #include "interop/TexturePixels.h"
+#include "support/GLObjects.h"
 #include "support/LogCapture.h"
 
 #include <gtest/gtest.h>
@@ -23,18 +24,6 @@ std::shared_ptr<LMPicture> patternPicture(int width, int height)
     return LMPicture::pictureWithBitmap(bitmap);
 }
 
-// Every texture name the context knows, searched among the first few thousand.
-std::set<GLuint> liveTextures(LMContext& context)
-{
-    std::set<GLuint> names;
-    context.executeOpenGL([&] {
-        for (GLuint name = 1; name < 4096; ++name)
-            if (glIsTexture(name))
-                names.insert(name);
-    });
-    return names;
-}
-
 } // namespace
 
 TEST(PictureBridge, ARoundTripGivesBackEveryPixelUpright)
@@ -42,7 +31,7 @@ TEST(PictureBridge, ARoundTripGivesBackEveryPixelUpright)
     // 61 pixels wide: bitmap rows are padded, GL rows are not.
     auto context = LMContext::contextWithDimensions({61, 45});
     auto picture = patternPicture(61, 45);
-    const std::set<GLuint> texturesBefore = liveTextures(*context);
+    const std::set<GLuint> texturesBefore = liveGLObjects(*context, glIsTexture);
 
     auto image = picture->lumetraImageWithContext(context, LMContentScaleModeStretch);
     ASSERT_TRUE(image);
@@ -53,7 +42,7 @@ TEST(PictureBridge, ARoundTripGivesBackEveryPixelUpright)
     // Only the image's own target remains: the temporary texture is gone.
     std::set<GLuint> expected = texturesBefore;
     expected.insert(image->texture());
-    EXPECT_EQ(liveTextures(*context), expected);
+    EXPECT_EQ(liveGLObjects(*context, glIsTexture), expected);
 
     for (const auto& back : {LMPicture::imageWithLMImage(image), image->debugQuickLookObject()}) {
         ASSERT_TRUE(back);

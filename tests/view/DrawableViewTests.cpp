@@ -150,7 +150,6 @@ TEST(DrawableViewWithoutContext, DoesNothingUntilItHasOneAndNeverFailsToResize)
     auto context = LMContext::contextWithDimensions({32, 32});
     LogCapture log;
     auto view = LMDrawableView::viewWithFrame({10, 20, 100, 80});
-    EXPECT_EQ(view->frame(), (LMRect{10, 20, 100, 80}));
     view->setHidden(false);
     view->setInput(nullptr);
     view->redraw();
