@@ -10,6 +10,8 @@ packages=(
   libpng-dev libjpeg-dev
   libgtest-dev libbenchmark-dev
   xvfb xauth
+  # scripts/fuzz.sh: clang, libFuzzer and the sanitizers' run times
+  clang libclang-rt-14-dev
 )
 
 missing=()

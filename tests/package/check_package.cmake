@@ -13,7 +13,7 @@ endfunction()
 
 run(${CMAKE_COMMAND} --install "${BUILD_DIR}" --prefix "${prefix}")
 run(${CMAKE_COMMAND} -S "${SOURCE_DIR}" -B "${WORK_DIR}/consumer" "-DCMAKE_PREFIX_PATH=${prefix}"
-    "-DCMAKE_BUILD_TYPE=Release")
+    "-DCMAKE_BUILD_TYPE=Release" "-DCMAKE_CXX_COMPILER=${CXX_COMPILER}")
 run(${CMAKE_COMMAND} --build "${WORK_DIR}/consumer")
 set(ENV{LD_LIBRARY_PATH} "${prefix}/lib")
 run("${WORK_DIR}/consumer/cmake_consumer")
