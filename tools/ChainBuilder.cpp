@@ -131,8 +131,13 @@ std::shared_ptr<LMDrawable> ChainBuilder::buildKernel(const CheckedFilter& check
     auto program = filter->program();
     if (!program || !program->isLinked()) {
         std::string compiler;
-        for (const std::string& line : log_.takeLines())
-            compiler += "\n  " + line;
+        // The compiler's log holds a line per error: indent each under the message.
+        for (const std::string& entry : log_.takeLines()) {
+            std::stringstream lines(entry);
+            for (std::string line; std::getline(lines, line);)
+                if (!line.empty())
+                    compiler += "\n  " + line;
+        }
         throw CliError("kernel " + path + " does not compile:" + compiler);
     }
     return filter;

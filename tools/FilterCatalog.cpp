@@ -31,11 +31,12 @@ std::vector<FilterInfo> makeCatalog()
         {"max2", "the larger of the image and another picture, channel by channel",
          {{"with", K::Picture, "", "a PNG or JPEG file, fitted to the context"}}},
         {"kernel", "a filter from a GLSL kernel file: it defines main() and writes vec3 lm_output; "
-                   "it reads inputs as sampler2D lm_NAME at vec2 lm_location and controls as float lm_NAME",
+                   "it reads inputs as sampler2DRect lm_NAME at vec2 lm_location (pixels from the lower-left corner) "
+                   "and controls as float lm_NAME",
          {{"file", K::Kernel, "", "the GLSL kernel"},
           {"inputs", K::Names, "input", "input names; the first takes the chain's image, "
                                         "each other one needs NAME=FILE"},
-          {"controls", K::Names, "", "control names; each takes NAME=NUMBER (default 0)"}}},
+          {"controls", K::Names, "(none)", "control names; each takes NAME=NUMBER (default 0)"}}},
     };
 }
 
