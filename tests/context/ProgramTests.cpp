@@ -5,8 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
-
 namespace {
 
 const char* const gradientShader =
@@ -37,19 +35,6 @@ TEST(LMProgram, IsCompiledOncePerNameAndCachedForTheContextsLifeEvenWhenItFails)
     EXPECT_EQ(again, program);
     EXPECT_EQ(liveGLObjects(*context, glIsShader, 256), shaders) << "a known name compiles nothing";
     EXPECT_TRUE(capture.lines().empty());
-
-    GLint linked = GL_FALSE, outputLocation = -1;
-    GLint position = -1, texCoord = -1;
-    context->executeOpenGL([&] {
-        glGetProgramiv(program->number(), GL_LINK_STATUS, &linked);
-        outputLocation = glGetFragDataLocation(program->number(), "lm_output");
-        position = program->attributeLocation("in_Position");
-        texCoord = program->attributeLocation("in_TexCoord");
-    });
-    EXPECT_EQ(linked, GL_TRUE);
-    EXPECT_EQ(outputLocation, 0);
-    EXPECT_EQ(position, static_cast<GLint>(LM_ATTRIBUTE_INDEX_POSITION));
-    EXPECT_EQ(texCoord, static_cast<GLint>(LM_ATTRIBUTE_INDEX_TEXTURE_COORDS));
 
     auto broken = context->createProgramWithName("Broken", "#version 150\nvoid main() { lm_output = oops; }\n");
     ASSERT_TRUE(broken);
@@ -92,33 +77,4 @@ TEST(LMProgram, AsksGLForEachUniformOnceAndOnlyWithAGLContextCurrent)
     EXPECT_EQ(missingAfter, -1);
     EXPECT_EQ(error, static_cast<GLenum>(GL_NO_ERROR));
     EXPECT_EQ(program->uniformLocationCache().size(), 2u);
-}
-
-TEST(LMProgram, DrawsIntoTheBoundRenderTarget)
-{
-    auto context = LMContext::contextWithDimensions({8, 4});
-    auto program = context->createProgramWithName("Gradient", gradientShader);
-    auto target = context->requestRenderTargetWithDimensions({8, 4});
-    ASSERT_TRUE(program && target);
-
-    context->bindToRenderTarget(target);
-    context->bindToSharedVAO();
-    std::array<GLubyte, 8 * 4 * 3> pixels{};
-    context->executeOpenGLNoContextSwitch([&] {
-        program->useProgram();
-        glUniform1f(program->uniformLocation("lm_green"), 0.5f);
-        glDrawArrays(GL_TRIANGLE_STRIP, 0, 4);
-        glPixelStorei(GL_PACK_ALIGNMENT, 1);
-        glReadPixels(0, 0, 8, 4, GL_RGB, GL_UNSIGNED_BYTE, pixels.data());
-        EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR));
-    });
-    // Red follows the pixel column: lm_location is in pixels, sampled at centres.
-    for (int y = 0; y < 4; ++y) {
-        for (int x = 0; x < 8; ++x) {
-            const GLubyte* pixel = &pixels[(y * 8 + x) * 3];
-            EXPECT_NEAR(pixel[0], (x + 0.5) / 8.0 * 255.0, 1.0) << x << "," << y;
-            EXPECT_NEAR(pixel[1], 128, 1.0);
-            EXPECT_NEAR(pixel[2], 64, 1.0);
-        }
-    }
 }

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
+#include <tuple>
+
 namespace {
 
 // A filter with a watched uniform "centerVector" and an unwatched setter that
@@ -42,72 +45,40 @@ TEST(LMFilterProxy, WatchesTheSettersOfInputsControlsAndUniforms)
     EXPECT_TRUE(spot.get()->description().starts_with("<(anonymous namespace)::Spot: 0x"));
 }
 
+// Each step starts from a drawn, settled filter.
 TEST(LMFilterProxy, MarksTheFilterOnlyForWatchedSettersCalledThroughIt)
 {
     auto context = LMContext::contextWithDimensions({8, 8});
     auto spot = Spot::filter();
-    auto settle = [&] {
-        spot->drawWithContext(context);
-        ASSERT_FALSE(spot->needsRedraw());
-    };
-
-    settle();
-    spot->setRadius(4);
-    EXPECT_TRUE(spot->needsRedraw());
-    EXPECT_EQ(spot->radius(), 4.0);
-
-    settle();
-    spot->setRadius(4);
-    EXPECT_TRUE(spot->needsRedraw()) << "the same value marks too";
-
-    settle();
-    (void)spot->radius();
-    spot->drawWithContext(context);
-    EXPECT_FALSE(spot->needsRedraw()) << "reading and drawing mark nothing";
-
-    settle();
-    spot->setCenter({3, 4});
-    EXPECT_FALSE(spot->needsRedraw()) << "setCenter is not watched, nor what it stores";
-    EXPECT_EQ(spot->centerVector(), (std::vector<double>{3, 4}));
-
-    settle();
-    spot->setCenterVector({5, 6});
-    EXPECT_TRUE(spot->needsRedraw());
-
-    settle();
-    spot->setLabel("unwatched");
-    EXPECT_FALSE(spot->needsRedraw());
-    spot->setValueForKey("still unwatched", "label");
-    EXPECT_TRUE(spot->needsRedraw()) << "the key-value setter marks for any key";
-
-    settle();
-    spot.get()->setRadius(9);
-    EXPECT_FALSE(spot->needsRedraw()) << "the filter itself, outside its proxy, marks nothing";
-    EXPECT_EQ(spot->valueForKey("radius"), LMValue(9.0));
-
-    // A handle's call inside the call on another handle marks its own filter.
     auto inner = Spot::filter();
     inner->drawWithContext(context);
-    settle();
-    spot->setInputA(inner->drawWithContext(context));
-    EXPECT_TRUE(spot->needsRedraw());
+    std::shared_ptr<LMDrawable> asNode = spot; // in the graph the handle is the proxy
+    const std::tuple<const char*, std::function<void()>, bool> steps[] = {
+        {"a watched control", [&] { spot->setRadius(4); }, true},
+        {"the same value marks too", [&] { spot->setRadius(4); }, true},
+        {"reading and drawing mark nothing", [&] { (void)spot->radius(), spot->drawWithContext(context); }, false},
+        {"setCenter is not watched, nor what it stores",
+         [&] {
+             spot->setCenter({3, 4});
+             EXPECT_EQ(spot.get()->centerVector(), (std::vector<double>{3, 4}));
+         },
+         false},
+        {"a watched uniform", [&] { spot->setCenterVector({5, 6}); }, true},
+        {"an unwatched setter", [&] { spot->setLabel("unwatched"); }, false},
+        {"the key-value setter marks for any key", [&] { spot->setValueForKey("still unwatched", "label"); }, true},
+        {"the filter itself, outside its proxy, marks nothing", [&] { spot.get()->setRadius(9); }, false},
+        {"a handle's call inside another's marks its own filter",
+         [&] { spot->setInputA(inner->drawWithContext(context)); }, true},
+        {"a read inside a setter's call", [&] { spot->setRadius(spot->radius().value_or(0) + 1); }, true},
+        {"the proxy's flag is the filter's",
+         [&] { dynamic_cast<LMDrawableCaching&>(*asNode).setNeedsRedraw(true); }, true},
+    };
+    for (const auto& [what, step, marks] : steps) {
+        spot->drawWithContext(context);
+        ASSERT_FALSE(spot->needsRedraw()) << what;
+        step();
+        EXPECT_EQ(spot->needsRedraw(), marks) << what;
+    }
     EXPECT_FALSE(inner->needsRedraw());
-    settle();
-    spot->setRadius(spot->radius().value_or(0) + 1);
-    EXPECT_TRUE(spot->needsRedraw());
-}
-
-TEST(LMFilterProxy, StandsInForTheFilterInTheGraph)
-{
-    auto context = LMContext::contextWithDimensions({8, 8});
-    auto spot = Spot::filter();
-    std::shared_ptr<LMDrawable> asNode = spot;
-    auto* caching = dynamic_cast<LMDrawableCaching*>(asNode.get());
-    ASSERT_NE(caching, nullptr);
-    EXPECT_TRUE(caching->needsRedraw());
-    auto image = asNode->drawWithContext(context);
-    EXPECT_EQ(image, spot->cachedOutput());
-    EXPECT_FALSE(caching->needsRedraw());
-    caching->setNeedsRedraw(true);
-    EXPECT_TRUE(spot->needsRedraw());
+    EXPECT_EQ(spot->valueForKey("radius"), LMValue(10.0)) << "every setter stored its value";
 }

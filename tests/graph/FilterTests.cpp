@@ -21,12 +21,6 @@ public:
     }
     std::vector<std::string> inputNames() const override { return {"inputA", "inputB"}; }
     std::vector<std::string> controlNames() const override { return {"control"}; }
-    std::vector<std::shared_ptr<LMUniform>> otherUniforms() const override
-    {
-        return {LMVector2::vectorWithName("offset"), LMMatrix3::matrixWithName("warp")};
-    }
-    bool automaticallyCreatesContextDimensionsUniform() const override { return true; }
-    bool automaticallyCreatesTargetDimensionsUniform() const override { return true; }
 
     void setInputA(std::shared_ptr<LMDrawable> input) { setProperty("inputA", std::move(input)); }
     void setInputB(std::shared_ptr<LMDrawable> input) { setProperty("inputB", std::move(input)); }
@@ -44,6 +38,12 @@ public:
     }
     bool automaticallyCreatesContextDimensionsUniform() const override { return true; }
     bool automaticallyCreatesTargetDimensionsUniform() const override { return true; }
+};
+
+// Where it is drawn, in the input's pixels.
+class Location : public LMFilterClass<Location> {
+public:
+    std::string kernelSource() const override { return "void main() { lm_output = vec3(lm_location / 2000.0, 0.0); }"; }
 };
 
 class Passing : public LMFilterClass<Passing, LMFilterSingleInput> {
@@ -98,28 +98,6 @@ protected:
 
 } // namespace
 
-TEST(FilterShaderAssembly, WrapsTheKernelWithDeclarationsInOrder)
-{
-    auto plain = DefaultFilter::filter();
-    EXPECT_EQ(plain->preprocessedFragmentShaderSource(),
-              "#version 150 \n"
-              "noperspective in vec2 lm_location;out vec3 lm_output;uniform mat3 lm_inputTransform; "
-              "vec2 lm_toInputCoords(vec2 ocoords) { return (lm_inputTransform * vec3(ocoords.x, ocoords.y, 1.0)).st; }"
-              " \n"
-              "void main() {    lm_output = vec3(0.0, 0.0, 0.0); } ");
-
-    auto full = TwoInputs::filter();
-    EXPECT_EQ(full->preprocessedFragmentShaderSource(),
-              "#version 150 \n"
-              "noperspective in vec2 lm_location;out vec3 lm_output;"
-              "uniform sampler2DRect lm_inputA;uniform sampler2DRect lm_inputB;uniform float lm_control;"
-              "uniform vec2 lm_offset; uniform mat3 lm_warp; "
-              "uniform vec2 lm_contextDimensions; uniform vec2 lm_targetDimensions; uniform mat3 lm_inputTransform; "
-              "vec2 lm_toInputCoords(vec2 ocoords) { return (lm_inputTransform * vec3(ocoords.x, ocoords.y, 1.0)).st; }"
-              " \n" +
-                  full->kernelSource());
-}
-
 TEST_F(Filters, BindInputsToUnitsInOrderUploadControlsAndReadWhatIsMissingAsAbsent)
 {
     auto filter = TwoInputs::filter();
@@ -129,20 +107,7 @@ TEST_F(Filters, BindInputsToUnitsInOrderUploadControlsAndReadWhatIsMissingAsAbse
     auto image = filter->drawWithContext(context);
     ASSERT_TRUE(image);
     EXPECT_EQ(image->dimensions(), context->dimensions());
-    expectNear(centre(image), {1, 1, 0.5, 1});
-
-    GLint unitA = -1, unitB = -1, active = 0, onUnit1 = 0;
-    auto program = filter->program();
-    context->executeOpenGL([&] {
-        glGetUniformiv(program->number(), program->uniformLocation("lm_inputA"), &unitA);
-        glGetUniformiv(program->number(), program->uniformLocation("lm_inputB"), &unitB);
-        glGetIntegerv(GL_ACTIVE_TEXTURE, &active);
-        glGetIntegerv(GL_TEXTURE_BINDING_RECTANGLE, &onUnit1);
-    });
-    EXPECT_EQ(unitA, 0);
-    EXPECT_EQ(unitB, 1);
-    EXPECT_EQ(active, GL_TEXTURE1);
-    EXPECT_EQ(static_cast<GLuint>(onUnit1), filter->inputValueForName("inputB")->texture());
+    expectNear(centre(image), {1, 1, 0.5, 1}); // red from the first unit, green from the second
 
     // Values of the wrong kind read as absent and are reported once.
     LogCapture capture;
@@ -250,6 +215,15 @@ TEST_F(Filters, CustomOutputSizeSetsDimensionsAndTheInputTransform)
     const LMRGBA half = centre(geometry->drawWithContext(big));
     EXPECT_NEAR(half.blue, 0.2 + 0.001, oneStep);
 
+    // The custom-size quad spans the whole input: there lm_location is (201, 101).
+    auto location = Location::filter();
+    location->setUsesCustomOutputSize(true);
+    location->setCustomOutputSize({640, 360});
+    const auto at = location->drawWithContext(big)->readPixelColorAtX(100, 50);
+    ASSERT_TRUE(at);
+    EXPECT_NEAR(at->red, 201 / 2000.0, oneStep);
+    EXPECT_NEAR(at->green, 101 / 2000.0, oneStep);
+
     // At the context's own size the transform is the identity.
     geometry->setUsesCustomOutputSize(false);
     const LMRGBA own = centre(geometry->drawWithContext(big));
@@ -290,14 +264,13 @@ TEST_F(Filters, KernelThatFailsToCompileIsLoggedAndDrawsWithoutCrashing)
         std::string kernelSource() const override { return "void main() { lm_output = lm_nothing; }"; }
     };
     LogCapture capture;
-    auto broken = Broken::filter();
-    auto image = broken->drawWithContext(context);
-    ASSERT_FALSE(capture.lines().empty());
-    EXPECT_TRUE(capture.lines()[0].starts_with("LMFilter: Fragment Shader for "));
-    EXPECT_NE(capture.lines()[0].find("Broken failed to compile: "), std::string::npos);
+    auto image = Broken::filter()->drawWithContext(context);
     ASSERT_TRUE(image) << "the filter still draws";
     expectNear(centre(image), {0, 0, 0, 1});
-    EXPECT_EQ(capture.lines().size(), 1u) << "and nothing else fails after it";
+    // A filter with no kernel of its own compiles and draws black.
+    expectNear(centre(DefaultFilter::filter()->drawWithContext(context)), {0, 0, 0, 1});
+    ASSERT_EQ(capture.lines().size(), 1u) << "the compile failure, and nothing after it";
+    EXPECT_NE(capture.lines()[0].find("Broken failed to compile: "), std::string::npos) << capture.lines()[0];
 }
 
 TEST_F(Filters, QuadStateIsDeletedOnItsContextWhenTheFilterGoes)

@@ -33,17 +33,13 @@ protected:
         return values;
     }
 
-    // Locations are asked on the GL queue, where the program's context is current.
-    GLint locationOf(const std::shared_ptr<LMProgram>& of, const std::string& name)
-    {
-        GLint location = -1;
-        context->executeOpenGLNoContextSwitch([&] { location = of->uniformLocation(uniformName(name)); });
-        return location;
-    }
-
+    // The location is asked on the GL queue, where the program's context is current.
     void bind(LMUniform& uniform, const LMValue& value)
     {
-        uniform.bindToLocation(locationOf(program, uniform.name()), value, context);
+        GLint location = -1;
+        const std::string name = uniformName(uniform.name());
+        context->executeOpenGLNoContextSwitch([&] { location = program->uniformLocation(name); });
+        uniform.bindToLocation(location, value, context);
     }
 
     std::shared_ptr<LMContext> context = LMContext::contextWithDimensions({4, 4});
@@ -56,73 +52,45 @@ protected:
 
 } // namespace
 
-// A short list, or nothing, uploads zeros silently.
+// Each upload is read back from GL. A short list, or nothing, uploads zeros
+// silently; a value of another kind uploads zeros and is reported once per
+// uniform.
 TEST_F(Uniforms, UploadTheirLeadingEntriesOrZeros)
 {
-    LogCapture capture;
-    bind(*center, LMValue{3.0, 4.0, 5.0});
-    EXPECT_EQ(read("center", 2), (std::vector<float>{3, 4})) << "entries past the second are ignored";
     LMUniform base;
     base.setName("center");
-    bind(base, LMValue{1.0, 1.0});
-    EXPECT_EQ(read("center", 2), (std::vector<float>{3, 4})) << "the base class uploads nothing";
-    bind(*center, LMValue{7.0});
-    EXPECT_EQ(read("center", 2), (std::vector<float>{0, 0})) << "a short list is never read in part";
-
-    bind(*tint, LMValue{0.5, 0.25, 0.125});
-    EXPECT_EQ(read("tint", 3), (std::vector<float>{0.5, 0.25, 0.125}));
-    bind(*tint, LMValue());
-    EXPECT_EQ(read("tint", 3), (std::vector<float>{0, 0, 0}));
-
-    bind(*weights, LMValue{1.0, 2.0, 3.0, 4.0});
-    EXPECT_EQ(read("weights", 4), (std::vector<float>{1, 2, 3, 4}));
-    bind(*weights, LMValue{1.0, 2.0, 3.0});
-    EXPECT_EQ(read("weights", 4), (std::vector<float>{0, 0, 0, 0}));
-    bind(*matrix, LMValue{1, 2, 3, 4, 5, 6, 7, 8});
-    EXPECT_EQ(read("matrix", 9), std::vector<float>(9, 0.0f));
-    EXPECT_TRUE(capture.lines().empty());
-}
-
-TEST_F(Uniforms, MatrixTakesNineEntriesColumnByColumn)
-{
-    bind(*matrix, LMValue{1, 2, 3, 4, 5, 6, 7, 8, 9});
-    // glGetUniformfv returns a mat3 column by column, as it was given.
-    EXPECT_EQ(read("matrix", 9), (std::vector<float>{1, 2, 3, 4, 5, 6, 7, 8, 9}));
-
-    // The first column is (1, 2, 3): drawing lm_matrix * (1, 0, 0) shows it.
-    auto probe = context->createProgramWithName(
-        "MatrixProbe", ("#version 150\nout vec3 lm_output; " + matrix->uniformString() +
-                        "void main() { lm_output = lm_matrix * vec3(1.0, 0.0, 0.0) / 4.0; }")
-                           .c_str());
-    auto target = context->requestRenderTargetWithDimensions({4, 4});
-    context->bindToRenderTarget(target);
-    context->bindToSharedVAO();
-    context->executeOpenGLNoContextSwitch([&] { probe->useProgram(); });
-    matrix->bindToLocation(locationOf(probe, "matrix"), LMValue{1, 2, 3, 4, 5, 6, 7, 8, 9}, context);
-    GLubyte pixel[3] = {};
-    context->executeOpenGLNoContextSwitch([&] {
-        glDrawArrays(GL_TRIANGLE_STRIP, 0, 4);
-        glReadPixels(1, 1, 1, 1, GL_RGB, GL_UNSIGNED_BYTE, pixel);
-        program->useProgram();
-    });
-    EXPECT_NEAR(pixel[0], 0.25 * 255, 1);
-    EXPECT_NEAR(pixel[1], 0.50 * 255, 1);
-    EXPECT_NEAR(pixel[2], 0.75 * 255, 1);
-    context->releaseRenderTarget(target);
-}
-
-TEST_F(Uniforms, ValuesOfTheWrongKindCountAsMissingAndAreReportedOnce)
-{
+    const std::vector<float> nineZeros(9, 0.0f);
+    struct Case {
+        LMUniform& uniform;
+        LMValue value;
+        std::vector<float> expected;
+        const char* what;
+    };
+    const Case cases[] = {
+        {*center, LMValue{3.0, 4.0, 5.0}, {3, 4}, "entries past the second are ignored"},
+        {base, LMValue{1.0, 1.0}, {3, 4}, "the base class uploads nothing"},
+        {*center, LMValue{7.0}, {0, 0}, "a short list is never read in part"},
+        {*tint, LMValue{0.5, 0.25, 0.125}, {0.5, 0.25, 0.125}, "three numbers"},
+        {*tint, LMValue(), {0, 0, 0}, "nothing"},
+        {*weights, LMValue{1.0, 2.0, 3.0, 4.0}, {1, 2, 3, 4}, "four numbers"},
+        {*weights, LMValue{1.0, 2.0, 3.0}, {0, 0, 0, 0}, "three of four"},
+        // glGetUniformfv gives a mat3 column by column: as it was given.
+        {*matrix, LMValue{1, 2, 3, 4, 5, 6, 7, 8, 9}, {1, 2, 3, 4, 5, 6, 7, 8, 9}, "nine numbers"},
+        {*matrix, LMValue{1, 2, 3, 4, 5, 6, 7, 8}, nineZeros, "eight of nine"},
+        {*center, LMValue{1.0, 2.0}, {1, 2}, "two numbers"},
+        {*center, LMValue(5.0), {0, 0}, "a number"},
+        {*center, LMValue{1.0, 2.0}, {1, 2}, "two numbers again"},
+        {*center, LMValue("not numbers"), {0, 0}, "a string, not reported again"},
+        {*matrix, LMValue{1, 2, 3, 4, 5, 6, 7, 8, 9}, {1, 2, 3, 4, 5, 6, 7, 8, 9}, "nine numbers again"},
+        {*matrix, LMValue("nine numbers"), nineZeros, "a string"},
+    };
     LogCapture capture;
-    bind(*center, LMValue{1.0, 2.0});
-    bind(*center, LMValue(5.0));
-    EXPECT_EQ(read("center", 2), (std::vector<float>{0, 0}));
-    bind(*center, LMValue("not numbers"));
-    EXPECT_EQ(read("center", 2), (std::vector<float>{0, 0}));
-    EXPECT_EQ(capture.lines(),
-              (std::vector<std::string>{"LMVector2: The value of center is a number, not a list of 2 numbers; using zeros"}));
-
-    bind(*matrix, LMValue("nine numbers"));
-    EXPECT_EQ(read("matrix", 9), std::vector<float>(9, 0.0f));
-    EXPECT_EQ(capture.lines().size(), 2u);
+    for (const Case& c : cases) {
+        bind(c.uniform, c.value);
+        EXPECT_EQ(read(c.uniform.name(), c.expected.size()), c.expected) << c.what;
+    }
+    EXPECT_EQ(capture.lines(), (std::vector<std::string>{
+                                   "LMVector2: The value of center is a number, not a list of 2 numbers; using zeros",
+                                   "LMMatrix3: The value of matrix is a string, not a list of 9 numbers; using zeros",
+                               }));
 }
