@@ -2,7 +2,6 @@
 
 #include "lumetra/platform/LMLog.h"
 
-#include <array>
 #include <cstdint>
 
 namespace {
@@ -160,16 +159,8 @@ void LMContext::updateSharedVBOSize()
     if (!sharedVBO_)
         return;
     // Texture coordinates are in pixels and follow the dimensions unfloored.
-    const float width = static_cast<float>(dimensions_.width);
-    const float height = static_cast<float>(dimensions_.height);
-    const std::array<float, 16> quad = {
-        -1, -1, 0,     0,
-        1,  -1, width, 0,
-        -1, 1,  0,     height,
-        1,  1,  width, height,
-    };
     gl_->bindVertexBuffer(sharedVBO_);
-    sharedVBO_->setData(quad.data(), static_cast<GLsizei>(sizeof(quad)));
+    sharedVBO_->setQuad({-1, -1, 2, 2}, {0, 0, dimensions_.width, dimensions_.height});
 }
 
 void LMContext::setDimensions(LMSize dimensions)

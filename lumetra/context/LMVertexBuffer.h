@@ -1,6 +1,7 @@
 #pragma once
 
 #include "lumetra/context/LMBuffer.h"
+#include "lumetra/platform/LMRect.h"
 
 // A buffer used as GL_ARRAY_BUFFER.
 class LMVertexBuffer : public LMBuffer {
@@ -9,4 +10,9 @@ public:
     // Static-draw upload to the buffer bound to GL_ARRAY_BUFFER.
     void setData(const void* data, GLsizei size);
     using LMBuffer::setData;
+    // Uploads a triangle-strip quad of four vertices (lower left, lower
+    // right, upper left, upper right), each its position then its texture
+    // coordinates. Texture coordinates with a negative height flip the quad
+    // upside down.
+    void setQuad(const LMRect& position, const LMRect& textureCoords);
 };

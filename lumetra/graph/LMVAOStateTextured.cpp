@@ -4,7 +4,6 @@
 #include "lumetra/graph/LMScalerStretch.h"
 #include "lumetra/platform/LMLog.h"
 
-#include <array>
 
 LMVAOStateTextured::LMVAOStateTextured()
     : scaler_(std::make_shared<LMScalerStretch>())
@@ -102,22 +101,10 @@ LMRect LMVAOStateTextured::texturePositionRect() const
 
 void LMVAOStateTextured::updateVBOSize(LMOpenGL& gl)
 {
-    const LMRect texture = texturePositionRect();
-    const LMRect position = vertexPositionRect();
-    const double left = position.x, right = position.x + position.width;
-    const double bottom = position.y, top = position.y + position.height;
-    const double sLeft = texture.x, sRight = texture.x + texture.width;
-    double tBottom = texture.y, tTop = texture.y + texture.height;
+    LMRect texture = texturePositionRect();
     if (isFlipped_)
-        std::swap(tBottom, tTop);
-
-    const std::array<float, 16> quad = {
-        float(left),  float(bottom), float(sLeft),  float(tBottom),
-        float(right), float(bottom), float(sRight), float(tBottom),
-        float(left),  float(top),    float(sLeft),  float(tTop),
-        float(right), float(top),    float(sRight), float(tTop),
-    };
+        texture = {texture.x, texture.y + texture.height, texture.width, -texture.height};
     gl.bindVertexBuffer(ourVBO_);
     if (ourVBO_)
-        ourVBO_->setData(quad.data(), static_cast<GLsizei>(sizeof(quad)));
+        ourVBO_->setQuad(vertexPositionRect(), texture);
 }

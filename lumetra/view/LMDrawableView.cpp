@@ -6,7 +6,6 @@
 
 #include <X11/Xlib.h>
 #include <algorithm>
-#include <array>
 #include <string>
 
 namespace {
@@ -330,18 +329,9 @@ void LMDrawableView::updateVBOSize()
     if (!openGLContext_ || !vbo_)
         return;
     CurrentContextScope current(*this);
-    const float width = static_cast<float>(currentSize_.width);
-    const float height = static_cast<float>(currentSize_.height);
-    // Lower left, lower right, upper left, upper right; texture coordinates
-    // in texels, row 0 at the bottom.
-    const std::array<float, 16> quad = {
-        -1.0f, -1.0f, 0.0f, 0.0f,
-        1.0f, -1.0f, width, 0.0f,
-        -1.0f, 1.0f, 0.0f, height,
-        1.0f, 1.0f, width, height,
-    };
+    // Texture coordinates in texels, row 0 at the bottom.
     gl_->bindVertexBuffer(vbo_);
-    vbo_->setData(quad.data(), static_cast<GLsizei>(sizeof(quad)));
+    vbo_->setQuad({-1, -1, 2, 2}, {0, 0, currentSize_.width, currentSize_.height});
 }
 
 void LMDrawableView::updateViewport()
