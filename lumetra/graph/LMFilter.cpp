@@ -521,5 +521,9 @@ std::string LMFilter::description() const
 {
     char address[32];
     std::snprintf(address, sizeof(address), "%p", static_cast<const void*>(this));
-    return "<" + className() + ": " + address + ">";
+    // Appended piece by piece: GCC 12 warns falsely (-Wrestrict) about
+    // "<" + std::string&&.
+    std::string text = "<";
+    text.append(className()).append(": ").append(address).append(">");
+    return text;
 }
