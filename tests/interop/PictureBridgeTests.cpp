@@ -1,6 +1,5 @@
-#include "interop/TexturePixels.h"
 #include "support/GLObjects.h"
-#include "support/LogCapture.h"
+#include "support/TexturePixels.h"
 
 #include <gtest/gtest.h>
 
@@ -112,22 +111,4 @@ TEST(PictureBridge, FitsByTheModeAndShowsTransparencyAsBlack)
     auto image = LMPicture::pictureWithBitmap(translucent)->lumetraImageWithContext(context, LMContentScaleModeStretch);
     EXPECT_EQ(pixelAt(image, 10, 24), (Pixel{100, 50, 25, 255}));
     EXPECT_EQ(pixelAt(image, 50, 24), black);
-}
-
-TEST(PictureBridge, NothingToCrossGivesNothing)
-{
-    auto context = LMContext::contextWithDimensions({64, 48});
-    auto picture = patternPicture(4, 4);
-    EXPECT_EQ(picture->glTextureWithContext(nullptr), 0u);
-    EXPECT_EQ(picture->lumetraImageWithContext(nullptr), nullptr);
-    EXPECT_EQ(LMPicture::imageWithLMImage(nullptr), nullptr);
-
-    LogCapture log;
-    picture->setSize({0.5, 3});
-    EXPECT_EQ(picture->lumetraImageWithContext(context), nullptr);
-    EXPECT_EQ(log.lines(), std::vector<std::string>{"LMPicture: Cannot draw a picture of 0.5 by 3 points"});
-
-    auto orphan = LMImage::imageWithContext(context);
-    context.reset();
-    EXPECT_EQ(orphan->debugQuickLookObject(), nullptr);
 }

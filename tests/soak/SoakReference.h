@@ -50,9 +50,16 @@ Plane perPixel(const Plane& in, F f)
     return out;
 }
 
+// Each channel of each pixel through `f`.
+template <class F>
+Plane perChannel(const Plane& in, F f)
+{
+    return perPixel(in, [f](RGB c) { return RGB{f(c[0]), f(c[1]), f(c[2])}; });
+}
+
 inline Plane invert(const Plane& in)
 {
-    return perPixel(in, [](RGB c) { return RGB{1 - c[0], 1 - c[1], 1 - c[2]}; });
+    return perChannel(in, [](double c) { return 1 - c; });
 }
 
 inline Plane maxComponent(const Plane& in)
@@ -65,19 +72,17 @@ inline Plane maxComponent(const Plane& in)
 
 inline Plane fade(const Plane& in, double factor)
 {
-    return perPixel(in, [factor](RGB c) { return RGB{c[0] * factor, c[1] * factor, c[2] * factor}; });
+    return perChannel(in, [factor](double c) { return c * factor; });
 }
 
 inline Plane encodeSRGB(const Plane& in)
 {
-    auto curve = [](double c) { return c < 0.00313 ? 12.92 * c : 1.055 * std::pow(c, 0.4167) - 0.055; };
-    return perPixel(in, [&](RGB c) { return RGB{curve(c[0]), curve(c[1]), curve(c[2])}; });
+    return perChannel(in, [](double c) { return c < 0.00313 ? 12.92 * c : 1.055 * std::pow(c, 0.4167) - 0.055; });
 }
 
 inline Plane decodeSRGB(const Plane& in)
 {
-    auto curve = [](double c) { return c < 0.04045 ? 0.0774 * c : std::pow(0.9479 * c + 0.05213, 2.4); };
-    return perPixel(in, [&](RGB c) { return RGB{curve(c[0]), curve(c[1]), curve(c[2])}; });
+    return perChannel(in, [](double c) { return c < 0.04045 ? 0.0774 * c : std::pow(0.9479 * c + 0.05213, 2.4); });
 }
 
 inline Plane maxOf(const Plane& a, const Plane& b)

@@ -18,6 +18,7 @@
 #include "soak/SoakReference.h"
 #include "support/LogCapture.h"
 #include "support/ProcessStats.h"
+#include "support/TexturePixels.h"
 
 #include <lumetra/lumetra.h>
 
@@ -114,9 +115,9 @@ Settings settingsAt(long frame)
 
 // The host's texture: bright enough that its inverse stays below the other
 // branches in places.
-std::vector<std::array<uint8_t, 4>> texels(int pattern)
+std::vector<Pixel> texels(int pattern)
 {
-    std::vector<std::array<uint8_t, 4>> out;
+    std::vector<Pixel> out;
     for (int j = 0; j < texelsHigh; ++j)
         for (int i = 0; i < texelsWide; ++i)
             out.push_back({uint8_t(96 + (i * 29 + j * 71 + pattern * 113) % 160),
@@ -150,7 +151,7 @@ std::string difference(LMContext& context, const std::shared_ptr<LMImage>& image
 {
     if (!image || image->dimensions() != LMSize{double(expected.width), double(expected.height)})
         return "no image of the context's size";
-    std::vector<std::array<uint8_t, 4>> pixels(expected.rgb.size());
+    std::vector<Pixel> pixels(expected.rgb.size());
     context.executeOpenGL([&] {
         glBindFramebuffer(GL_READ_FRAMEBUFFER, image->framebuffer());
         glReadPixels(0, 0, expected.width, expected.height, GL_RGBA, GL_UNSIGNED_BYTE, pixels.data());
@@ -190,21 +191,12 @@ class Soak : public testing::Test {
 protected:
     void SetUp() override
     {
-        context->executeOpenGL([&] {
-            glGenTextures(1, &texture);
-            glBindTexture(GL_TEXTURE_2D, texture);
-            glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
-            glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
-            glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA8, texelsWide, texelsHigh, 0, GL_RGBA, GL_UNSIGNED_BYTE, nullptr);
-        });
+        texture = makeTexture(*context, texelsWide, texelsHigh, [](int, int) { return Pixel{}; }, GL_TEXTURE_2D);
         adapter->setContentScaleMode(LMContentScaleModeStretch);
         mixB->setInputA(mixA);
         mixB->setInputB(maxComponent);
     }
-    void TearDown() override
-    {
-        context->executeOpenGL([&] { glDeleteTextures(1, &texture); });
-    }
+    void TearDown() override { deleteTexture(*context, texture); }
 
     // Makes the changes from the previous frame's settings to these, then
     // lets the accumulator take the output on its frames.
