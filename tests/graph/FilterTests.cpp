@@ -5,90 +5,74 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
+#include <tuple>
+
 namespace {
 
 constexpr double oneStep = 1.0 / 255.0;
 
 class DefaultFilter : public LMFilterClass<DefaultFilter> {};
 
-// Red from inputA, green from inputB, blue from the control.
+// Red from inputA, green from inputB, blue the control plus offset.x; offset
+// is a watched uniform, and setShift an unwatched setter that stores it.
 class TwoInputs : public LMFilterClass<TwoInputs> {
 public:
     std::string kernelSource() const override
     {
         return "void main() { lm_output = vec3(texture(lm_inputA, lm_location).r, "
-               "texture(lm_inputB, lm_location).g, lm_control); }";
+               "texture(lm_inputB, lm_location).g, lm_control + lm_offset.x); }";
     }
     std::vector<std::string> inputNames() const override { return {"inputA", "inputB"}; }
     std::vector<std::string> controlNames() const override { return {"control"}; }
+    std::vector<std::shared_ptr<LMUniform>> otherUniforms() const override
+    {
+        return {LMVector2::vectorWithName("offset")};
+    }
 
+    std::optional<double> control() const { return numberProperty("control"); }
     void setInputA(std::shared_ptr<LMDrawable> input) { setProperty("inputA", std::move(input)); }
     void setInputB(std::shared_ptr<LMDrawable> input) { setProperty("inputB", std::move(input)); }
     void setControl(std::optional<double> value) { setProperty("control", value ? LMValue(*value) : LMValue()); }
+    void setOffset(std::vector<double> offset) { setProperty("offset", std::move(offset)); }
+    void setShift(double x)
+    {
+        announceSetter("setShift:");
+        setOffset({x, 0});
+    }
+    void setLabel(std::string label) { setProperty("label", std::move(label)); }
 };
 
-// Writes the dimension uniforms and where output pixel (100, 50) comes from.
-class Geometry : public LMFilterClass<Geometry> {
+// Red and green: where in the input (up to 255 pixels) each output pixel is
+// drawn from. Blue: (lm_toInputCoords(lm_targetDimensions).x +
+// lm_contextDimensions.x) / 512, the input's width at the output's far edge
+// plus the context's width.
+class Location : public LMFilterClass<Location> {
 public:
     std::string kernelSource() const override
     {
-        return "void main() { vec2 source = lm_toInputCoords(vec2(100.0, 50.0));"
-               " lm_output = vec3(lm_targetDimensions.x / 2000.0, lm_contextDimensions.x / 2000.0,"
-               " source.x / 1000.0 + source.y / 100000.0); }";
+        return "void main() { lm_output = vec3(lm_location / 256.0,"
+               " (lm_toInputCoords(lm_targetDimensions).x + lm_contextDimensions.x) / 512.0); }";
     }
     bool automaticallyCreatesContextDimensionsUniform() const override { return true; }
     bool automaticallyCreatesTargetDimensionsUniform() const override { return true; }
 };
 
-// Where it is drawn, in the input's pixels.
-class Location : public LMFilterClass<Location> {
-public:
-    std::string kernelSource() const override { return "void main() { lm_output = vec3(lm_location / 2000.0, 0.0); }"; }
-};
-
-class Passing : public LMFilterClass<Passing, LMFilterSingleInput> {
-public:
-    std::string kernelSource() const override
-    {
-        return "void main() { lm_output = texture(lm_input, lm_location).rgb; }";
-    }
-};
-
-// A caching source that counts how often it is drawn and asked.
-class CountingSource : public LMDrawableCaching {
-public:
-    explicit CountingSource(LMRGBA color) : color_(LMColor::colorWithColor(color)) {}
-    std::shared_ptr<LMImage> drawWithContext(const std::shared_ptr<LMContext>& context) override
-    {
-        ++draws;
-        return color_->drawWithContext(context);
-    }
-    bool needsRedraw() const override { return flag; }
-    void setNeedsRedraw(bool value) override { flag = value; }
-    bool updateNeedsRedraw() override
-    {
-        ++asked;
-        return flag;
-    }
-    int draws = 0, asked = 0;
-    bool flag = false;
-
-private:
-    std::shared_ptr<LMColor> color_;
-};
+LMRGBA at(const std::shared_ptr<LMImage>& image, int x, int y)
+{
+    return image->readPixelColorAtX(x, y).value_or(LMRGBA{-1, -1, -1, -1});
+}
 
 LMRGBA centre(const std::shared_ptr<LMImage>& image)
 {
-    const LMSize size = image->dimensions();
-    return image->readPixelColorAtX(static_cast<int32_t>(size.width / 2), static_cast<int32_t>(size.height / 2))
-        .value_or(LMRGBA{-1, -1, -1, -1});
+    return at(image, static_cast<int>(image->dimensions().width / 2), static_cast<int>(image->dimensions().height / 2));
 }
 
-void expectNear(LMRGBA actual, LMRGBA expected, double tolerance = oneStep)
+void expectNear(LMRGBA actual, LMRGBA expected, const char* what = "")
 {
-    EXPECT_NEAR(actual.red, expected.red, tolerance);
-    EXPECT_NEAR(actual.green, expected.green, tolerance);
-    EXPECT_NEAR(actual.blue, expected.blue, tolerance);
+    EXPECT_NEAR(actual.red, expected.red, oneStep) << what;
+    EXPECT_NEAR(actual.green, expected.green, oneStep) << what;
+    EXPECT_NEAR(actual.blue, expected.blue, oneStep) << what;
 }
 
 class Filters : public testing::Test {
@@ -98,22 +82,23 @@ protected:
 
 } // namespace
 
-TEST_F(Filters, BindInputsToUnitsInOrderUploadControlsAndReadWhatIsMissingAsAbsent)
+TEST_F(Filters, BindInputsToUnitsInOrderUploadEveryUniformAndReadWhatIsMissingAsAbsent)
 {
     auto filter = TwoInputs::filter();
     filter->setInputA(LMColor::redColor());
     filter->setInputB(LMColor::greenColor());
-    filter->setControl(0.5);
+    filter->setControl(0.25);
+    filter->setOffset({0.5, 0});
     auto image = filter->drawWithContext(context);
     ASSERT_TRUE(image);
     EXPECT_EQ(image->dimensions(), context->dimensions());
-    expectNear(centre(image), {1, 1, 0.5, 1}); // red from the first unit, green from the second
+    expectNear(centre(image), {1, 1, 0.75, 1}); // red from the first unit, green from the second
 
     // Values of the wrong kind read as absent and are reported once.
     LogCapture capture;
     filter->setValueForKey(3.0, "inputA");
     filter->setValueForKey("loud", "control");
-    expectNear(centre(filter->drawWithContext(context)), {0, 1, 0, 1});
+    expectNear(centre(filter->drawWithContext(context)), {0, 1, 0.5, 1});
     filter->setNeedsRedraw(true);
     filter->drawWithContext(context);
     EXPECT_EQ(capture.lines(),
@@ -122,30 +107,30 @@ TEST_F(Filters, BindInputsToUnitsInOrderUploadControlsAndReadWhatIsMissingAsAbse
                   "(anonymous namespace)::TwoInputs: The value of control is a string, not a number; treating it as absent",
               }));
 
-    // A missing control counts as 0; a missing input or one of another size reads black.
+    // A missing control counts as 0; a missing input or an image of another size reads black.
     filter->setControl(std::nullopt);
     filter->setInputA(nullptr);
     filter->setInputB(LMImage::imageWithContext(context, {10, 10}));
-    expectNear(centre(filter->drawWithContext(context)), {0, 0, 0, 1});
+    expectNear(centre(filter->drawWithContext(context)), {0, 0, 0.5, 1});
+    EXPECT_FALSE(isCompatible(LMImage::imageWithContext(context, {64, 47}), context));
+    EXPECT_TRUE(isCompatible(LMImage::imageWithContext(context), context));
 }
 
 TEST_F(Filters, CachedOutputIsReusedOnlyWhileItFits)
 {
-    auto source = std::make_shared<CountingSource>(LMRGBA{0.2, 0.4, 0.6, 1});
-    auto filter = Passing::filterWithInput(source);
+    auto source = LMPassthrough::passthroughWithInput(LMColor::colorWithRed(0.2, 0.4, 0.6));
+    auto filter = LMFilterInvert::filterWithInput(source);
     EXPECT_TRUE(filter->needsRedraw());
     auto first = filter->drawWithContext(context);
     auto cached = filter->drawWithContext(context);
     EXPECT_NE(cached, first) << "caching is off by default";
-    EXPECT_EQ(source->draws, 2);
 
     context->setCachingEnabled(true);
     const size_t leased = context->renderTargetPool()->objectsUsed();
     EXPECT_EQ(filter->drawWithContext(context), cached);
-    EXPECT_EQ(filter->drawWithContext(context), cached);
-    EXPECT_EQ(source->draws, 2) << "a cached draw pulls nothing";
+    EXPECT_EQ(source->count(), 2u) << "a cached draw pulls nothing";
     EXPECT_EQ(context->renderTargetPool()->objectsUsed(), leased) << "and leases nothing";
-    expectNear(centre(cached), {0.2, 0.4, 0.6, 1});
+    expectNear(centre(cached), {0.8, 0.6, 0.4, 1});
 
     filter->setNeedsRedraw(true);
     auto marked = filter->drawWithContext(context);
@@ -153,15 +138,12 @@ TEST_F(Filters, CachedOutputIsReusedOnlyWhileItFits)
     EXPECT_FALSE(filter->needsRedraw());
 
     context->setDimensions({32, 24});
-    auto resized = filter->drawWithContext(context);
-    EXPECT_NE(resized, marked);
-    EXPECT_EQ(resized->dimensions(), (LMSize{32, 24}));
-
+    EXPECT_EQ(filter->drawWithContext(context)->dimensions(), (LMSize{32, 24}));
     auto other = LMContext::contextWithDimensions({32, 24});
     other->setCachingEnabled(true);
     auto elsewhere = filter->drawWithContext(other);
     EXPECT_EQ(elsewhere->context(), other);
-    expectNear(centre(elsewhere), {0.2, 0.4, 0.6, 1});
+    expectNear(centre(elsewhere), {0.8, 0.6, 0.4, 1});
 
     filter->setUsesCustomOutputSize(true);
     filter->setCustomOutputSize({16, 12});
@@ -170,138 +152,137 @@ TEST_F(Filters, CachedOutputIsReusedOnlyWhileItFits)
     EXPECT_EQ(filter->drawWithContext(other), custom);
     filter->setCustomOutputSize({8, 6});
     EXPECT_EQ(filter->drawWithContext(other)->dimensions(), (LMSize{8, 6}));
+
+    // One program per class and context; the quad is made anew for each context.
+    for (const auto& target : {context, other, context}) {
+        expectNear(centre(filter->drawWithContext(target)), {0.8, 0.6, 0.4, 1});
+        EXPECT_EQ(filter->program(), target->getProgramWithName("LMFilterInvert"));
+        EXPECT_EQ(target->programCache().size(), 1u);
+        EXPECT_EQ(pendingGLError(*target), static_cast<GLenum>(GL_NO_ERROR));
+    }
+    auto twin = LMFilterInvert::filterWithInput(source);
+    twin->drawWithContext(context);
+    EXPECT_EQ(twin->program(), filter->program());
 }
 
 TEST_F(Filters, RedrawMarksTravelUpFromEveryInput)
 {
-    auto first = std::make_shared<CountingSource>(LMRGBA::redColor());
-    auto second = std::make_shared<CountingSource>(LMRGBA::greenColor());
-    auto filter = TwoInputs::filter();
-    filter->setInputA(first);
-    filter->setInputB(second);
-    filter->drawWithContext(context);
-    EXPECT_FALSE(filter->updateNeedsRedraw());
-
-    second->flag = true;
-    first->asked = 0;
-    EXPECT_TRUE(filter->updateNeedsRedraw());
-    EXPECT_EQ(first->asked, 1) << "every input is asked";
-    second->flag = false;
-    EXPECT_TRUE(filter->updateNeedsRedraw()) << "only a draw clears the flag";
-
-    // Through a chain of filters.
-    auto top = Passing::filterWithInput(Passing::filterWithInput(first));
+    auto first = LMFilterInvert::filterWithInput(LMColor::redColor());
+    auto deep = LMFilterInvert::filterWithInput(LMColor::greenColor());
+    auto second = LMFilterInvert::filterWithInput(deep);
+    auto top = TwoInputs::filter();
+    top->setInputA(first);
+    top->setInputB(second);
     top->drawWithContext(context);
     EXPECT_FALSE(top->updateNeedsRedraw());
-    first->flag = true;
+    first->setNeedsRedraw(true);
+    deep->setNeedsRedraw(true);
     EXPECT_TRUE(top->updateNeedsRedraw());
+    EXPECT_TRUE(second->needsRedraw()) << "every input is asked, down a chain";
+
+    top->drawWithContext(context);
+    first->setNeedsRedraw(true);
+    EXPECT_TRUE(top->updateNeedsRedraw());
+    first->setNeedsRedraw(false);
+    EXPECT_TRUE(top->updateNeedsRedraw()) << "only a draw clears the flag";
 }
 
-TEST_F(Filters, CustomOutputSizeSetsDimensionsAndTheInputTransform)
+// Each step starts from a drawn, settled filter.
+TEST_F(Filters, HandlesMarkTheFilterOnlyForWatchedSettersCalledThroughThem)
 {
-    auto big = LMContext::contextWithDimensions({1280, 720});
-    auto geometry = Geometry::filter();
-    geometry->setUsesCustomOutputSize(true);
-    geometry->setCustomOutputSize({320, 240});
-    auto image = geometry->drawWithContext(big);
-    ASSERT_TRUE(image);
-    EXPECT_EQ(image->dimensions(), (LMSize{320, 240}));
-    const LMRGBA small = centre(image);
-    EXPECT_NEAR(small.red, 320 / 2000.0, oneStep);
-    EXPECT_NEAR(small.green, 1280 / 2000.0, oneStep);
+    auto filter = TwoInputs::filter();
+    auto inner = TwoInputs::filter();
+    inner->drawWithContext(context);
+    EXPECT_EQ(filter.proxy()->watchedMethods(),
+              (std::vector<std::string>{"setInputA:", "setInputB:", "setControl:", "setOffset:"}));
+    const std::string description = filter.proxy()->description();
+    EXPECT_TRUE(description.starts_with("<LMFilterProxy: 0x")) << description;
+    EXPECT_TRUE(description.ends_with(" -> " + filter.get()->description())) << description;
+    EXPECT_TRUE(filter.get()->description().starts_with("<(anonymous namespace)::TwoInputs: 0x"));
 
-    // Half the size, stretched: output (100, 50) comes from input (200, 100).
-    geometry->setCustomOutputSize({640, 360});
-    const LMRGBA half = centre(geometry->drawWithContext(big));
-    EXPECT_NEAR(half.blue, 0.2 + 0.001, oneStep);
-
-    // The custom-size quad spans the whole input: there lm_location is (201, 101).
-    auto location = Location::filter();
-    location->setUsesCustomOutputSize(true);
-    location->setCustomOutputSize({640, 360});
-    const auto at = location->drawWithContext(big)->readPixelColorAtX(100, 50);
-    ASSERT_TRUE(at);
-    EXPECT_NEAR(at->red, 201 / 2000.0, oneStep);
-    EXPECT_NEAR(at->green, 101 / 2000.0, oneStep);
-
-    // At the context's own size the transform is the identity.
-    geometry->setUsesCustomOutputSize(false);
-    const LMRGBA own = centre(geometry->drawWithContext(big));
-    EXPECT_NEAR(own.red, 1280 / 2000.0, oneStep);
-    EXPECT_NEAR(own.blue, 0.1 + 0.0005, oneStep);
-}
-
-TEST_F(Filters, ShareOneProgramPerClassAndContextAndDrawWithEitherOfTwoContexts)
-{
-    auto one = Passing::filterWithInput(LMColor::redColor());
-    auto two = Passing::filterWithInput(LMColor::blueColor());
-    one->drawWithContext(context);
-    two->drawWithContext(context);
-    EXPECT_EQ(one->program(), two->program());
-    EXPECT_EQ(context->programCache().size(), 1u);
-    EXPECT_TRUE(context->hasProgramWithName("(anonymous namespace)::Passing"));
-
-    // One instance alternating between two living contexts, at a custom size too.
-    auto second = LMContext::contextWithDimensions({40, 30});
-    one->setUsesCustomOutputSize(true);
-    one->setCustomOutputSize({20, 10});
-    for (int round = 0; round < 2; ++round) {
-        for (const auto& target : {context, second}) {
-            auto image = one->drawWithContext(target);
-            ASSERT_TRUE(image);
-            EXPECT_EQ(image->context(), target);
-            expectNear(centre(image), {1, 0, 0, 1});
-            EXPECT_EQ(one->program(), target->getProgramWithName("(anonymous namespace)::Passing"));
-        }
+    std::shared_ptr<LMDrawable> asNode = filter; // in the graph the handle is the proxy
+    const std::tuple<const char*, std::function<void()>, bool> steps[] = {
+        {"a watched control", [&] { filter->setControl(0.25); }, true},
+        {"the same value marks too", [&] { filter->setControl(0.25); }, true},
+        {"reading and drawing mark nothing", [&] { (void)filter->control(), filter->drawWithContext(context); }, false},
+        {"setShift is not watched, nor what it stores", [&] { filter->setShift(0.5); }, false},
+        {"a watched uniform", [&] { filter->setOffset({0.125, 0}); }, true},
+        {"an unwatched setter", [&] { filter->setLabel("unwatched"); }, false},
+        {"the key-value setter marks for any key", [&] { filter->setValueForKey("still unwatched", "label"); }, true},
+        {"the filter itself, outside its handle, marks nothing", [&] { filter.get()->setControl(0.5); }, false},
+        {"a handle's call inside another's marks its own filter",
+         [&] { filter->setInputA(inner->drawWithContext(context)); }, true},
+        {"a read inside a setter's call", [&] { filter->setControl(filter->control().value_or(0) + 0.25); }, true},
+        {"the proxy's flag is the filter's", [&] { dynamic_cast<LMDrawableCaching&>(*asNode).setNeedsRedraw(true); },
+         true},
+    };
+    for (const auto& [what, step, marks] : steps) {
+        filter->drawWithContext(context);
+        ASSERT_FALSE(filter->needsRedraw()) << what;
+        step();
+        EXPECT_EQ(filter->needsRedraw(), marks) << what;
     }
-    EXPECT_EQ(pendingGLError(*context), static_cast<GLenum>(GL_NO_ERROR));
+    EXPECT_FALSE(inner->needsRedraw());
+    // Every setter stored its value: blue is the control, 0.75, plus the offset.
+    expectNear(centre(filter->drawWithContext(context)), {0, 0, 0.875, 1});
 }
 
-TEST_F(Filters, KernelThatFailsToCompileIsLoggedAndDrawsWithoutCrashing)
+// Output pixel (10, 5) of a 200 by 100 context shows...
+TEST_F(Filters, CustomOutputSizeShapesTheQuadTheInputTransformAndTheDimensions)
+{
+    auto small = LMContext::contextWithDimensions({200, 100});
+    auto location = Location::filter();
+    expectNear(at(location->drawWithContext(small), 10, 5), {10.5 / 256, 5.5 / 256, 400.0 / 512}, "at its own size");
+    location->setUsesCustomOutputSize(true);
+    location->setCustomOutputSize({100, 50});
+    auto stretched = location->drawWithContext(small);
+    EXPECT_EQ(stretched->dimensions(), (LMSize{100, 50}));
+    expectNear(at(stretched, 10, 5), {21 / 256.0, 11 / 256.0, 400.0 / 512}, "stretched");
+    const auto quad = location->vaoState()->ourVAO();
+    location->setNeedsRedraw(true);
+    location->drawWithContext(small);
+    EXPECT_EQ(location->vaoState()->ourVAO(), quad) << "rebuilt only when something changed";
+
+    // Filled, the input keeps its aspect: the quad crops its sides, and is
+    // rebuilt when the input's or the output's size changes.
+    auto fill = Location::filter();
+    fill->setScaler(std::make_shared<LMScalerFill>());
+    fill->setUsesCustomOutputSize(true);
+    fill->setCustomOutputSize({100, 100});
+    expectNear(at(fill->drawWithContext(small), 10, 5), {60.5 / 256, 5.5 / 256, 350.0 / 512}, "filled");
+    small->setDimensions({100, 100});
+    expectNear(at(fill->drawWithContext(small), 10, 5), {10.5 / 256, 5.5 / 256, 200.0 / 512}, "the input resized");
+    fill->setCustomOutputSize({100, 50});
+    expectNear(at(fill->drawWithContext(small), 10, 5), {10.5 / 256, 30.5 / 256, 200.0 / 512}, "the output resized");
+}
+
+TEST_F(Filters, KernelThatFailsToCompileIsLoggedAndDrawsBlack)
 {
     class Broken : public LMFilterClass<Broken> {
     public:
         std::string kernelSource() const override { return "void main() { lm_output = lm_nothing; }"; }
     };
     LogCapture capture;
-    auto image = Broken::filter()->drawWithContext(context);
-    ASSERT_TRUE(image) << "the filter still draws";
-    expectNear(centre(image), {0, 0, 0, 1});
+    expectNear(centre(Broken::filter()->drawWithContext(context)), {0, 0, 0, 1});
     // A filter with no kernel of its own compiles and draws black.
     expectNear(centre(DefaultFilter::filter()->drawWithContext(context)), {0, 0, 0, 1});
     ASSERT_EQ(capture.lines().size(), 1u) << "the compile failure, and nothing after it";
     EXPECT_NE(capture.lines()[0].find("Broken failed to compile: "), std::string::npos) << capture.lines()[0];
 }
 
-TEST_F(Filters, QuadStateIsDeletedOnItsContextWhenTheFilterGoes)
+// Rebuilt quads and the quad of a filter that goes are deleted on their context.
+TEST_F(Filters, QuadStateLeaksNoGLObjects)
 {
-    GLuint vertexArray = 0, buffer = 0;
-    {
-        auto filter = Passing::filterWithInput(LMColor::whiteColor());
-        filter->setUsesCustomOutputSize(true);
-        filter->setCustomOutputSize({16, 16});
+    auto filter = LMFilterInvert::filterWithInput(LMColor::whiteColor());
+    filter->drawWithContext(context); // the context makes its own quad on the first draw
+    const auto arrays = liveGLObjects(*context, glIsVertexArray);
+    const auto buffers = liveGLObjects(*context, glIsBuffer);
+    filter->setUsesCustomOutputSize(true);
+    for (double width : {16, 20, 24}) {
+        filter->setCustomOutputSize({width, 16});
         filter->drawWithContext(context);
-        vertexArray = filter->vaoState()->ourVAO()->number();
-        buffer = filter->vaoState()->ourVBO()->number();
     }
-    EXPECT_FALSE(isGLObject(*context, glIsVertexArray, vertexArray));
-    EXPECT_FALSE(isGLObject(*context, glIsBuffer, buffer));
-
-    // A filter that outlives its context calls nothing when it goes.
-    auto orphan = Passing::filterWithInput(LMColor::whiteColor());
-    orphan->setUsesCustomOutputSize(true);
-    orphan->drawWithContext(context);
-    context.reset();
-    orphan = nullptr;
-}
-
-TEST(IsCompatible, RefusesOnlyImagesOfAnotherSize)
-{
-    auto context = LMContext::contextWithDimensions({20, 10});
-    EXPECT_TRUE(isCompatible(LMColor::redColor(), context));
-    EXPECT_TRUE(isCompatible(Passing::filter(), context));
-    EXPECT_TRUE(isCompatible(LMImage::imageWithContext(context), context));
-    EXPECT_FALSE(isCompatible(LMImage::imageWithContext(context, {20, 11}), context));
-    EXPECT_TRUE(isCompatible(LMValue(), context));
-    EXPECT_TRUE(isCompatible(LMValue(4.0), context));
+    filter = nullptr;
+    EXPECT_EQ(liveGLObjects(*context, glIsVertexArray), arrays);
+    EXPECT_EQ(liveGLObjects(*context, glIsBuffer), buffers);
 }
