@@ -58,18 +58,11 @@ public:
     bool automaticallyCreatesTargetDimensionsUniform() const override { return true; }
 };
 
-LMRGBA at(const std::shared_ptr<LMImage>& image, int x, int y)
+// The colour at (x, y), to a step of the 8-bit read-back.
+void expectColor(const std::shared_ptr<LMImage>& image, LMRGBA expected, const char* what = "", int x = 5, int y = 5)
 {
-    return image->readPixelColorAtX(x, y).value_or(LMRGBA{-1, -1, -1, -1});
-}
-
-LMRGBA centre(const std::shared_ptr<LMImage>& image)
-{
-    return at(image, static_cast<int>(image->dimensions().width / 2), static_cast<int>(image->dimensions().height / 2));
-}
-
-void expectNear(LMRGBA actual, LMRGBA expected, const char* what = "")
-{
+    ASSERT_TRUE(image) << what;
+    const LMRGBA actual = image->readPixelColorAtX(x, y).value_or(LMRGBA{-1, -1, -1, -1});
     EXPECT_NEAR(actual.red, expected.red, oneStep) << what;
     EXPECT_NEAR(actual.green, expected.green, oneStep) << what;
     EXPECT_NEAR(actual.blue, expected.blue, oneStep) << what;
@@ -90,15 +83,14 @@ TEST_F(Filters, BindInputsToUnitsInOrderUploadEveryUniformAndReadWhatIsMissingAs
     filter->setControl(0.25);
     filter->setOffset({0.5, 0});
     auto image = filter->drawWithContext(context);
-    ASSERT_TRUE(image);
+    expectColor(image, {1, 1, 0.75, 1}); // red from the first unit, green from the second
     EXPECT_EQ(image->dimensions(), context->dimensions());
-    expectNear(centre(image), {1, 1, 0.75, 1}); // red from the first unit, green from the second
 
     // Values of the wrong kind read as absent and are reported once.
     LogCapture capture;
     filter->setValueForKey(3.0, "inputA");
     filter->setValueForKey("loud", "control");
-    expectNear(centre(filter->drawWithContext(context)), {0, 1, 0.5, 1});
+    expectColor(filter->drawWithContext(context), {0, 1, 0.5, 1});
     filter->setNeedsRedraw(true);
     filter->drawWithContext(context);
     EXPECT_EQ(capture.lines(),
@@ -111,7 +103,7 @@ TEST_F(Filters, BindInputsToUnitsInOrderUploadEveryUniformAndReadWhatIsMissingAs
     filter->setControl(std::nullopt);
     filter->setInputA(nullptr);
     filter->setInputB(LMImage::imageWithContext(context, {10, 10}));
-    expectNear(centre(filter->drawWithContext(context)), {0, 0, 0.5, 1});
+    expectColor(filter->drawWithContext(context), {0, 0, 0.5, 1});
     EXPECT_FALSE(isCompatible(LMImage::imageWithContext(context, {64, 47}), context));
     EXPECT_TRUE(isCompatible(LMImage::imageWithContext(context), context));
 }
@@ -120,7 +112,6 @@ TEST_F(Filters, CachedOutputIsReusedOnlyWhileItFits)
 {
     auto source = LMPassthrough::passthroughWithInput(LMColor::colorWithRed(0.2, 0.4, 0.6));
     auto filter = LMFilterInvert::filterWithInput(source);
-    EXPECT_TRUE(filter->needsRedraw());
     auto first = filter->drawWithContext(context);
     auto cached = filter->drawWithContext(context);
     EXPECT_NE(cached, first) << "caching is off by default";
@@ -130,39 +121,34 @@ TEST_F(Filters, CachedOutputIsReusedOnlyWhileItFits)
     EXPECT_EQ(filter->drawWithContext(context), cached);
     EXPECT_EQ(source->count(), 2u) << "a cached draw pulls nothing";
     EXPECT_EQ(context->renderTargetPool()->objectsUsed(), leased) << "and leases nothing";
-    expectNear(centre(cached), {0.8, 0.6, 0.4, 1});
-
+    expectColor(cached, {0.8, 0.6, 0.4, 1});
     filter->setNeedsRedraw(true);
-    auto marked = filter->drawWithContext(context);
-    EXPECT_NE(marked, cached);
+    EXPECT_NE(filter->drawWithContext(context), cached);
     EXPECT_FALSE(filter->needsRedraw());
-
     context->setDimensions({32, 24});
     EXPECT_EQ(filter->drawWithContext(context)->dimensions(), (LMSize{32, 24}));
-    auto other = LMContext::contextWithDimensions({32, 24});
-    other->setCachingEnabled(true);
-    auto elsewhere = filter->drawWithContext(other);
-    EXPECT_EQ(elsewhere->context(), other);
-    expectNear(centre(elsewhere), {0.8, 0.6, 0.4, 1});
 
     filter->setUsesCustomOutputSize(true);
     filter->setCustomOutputSize({16, 12});
-    auto custom = filter->drawWithContext(other);
-    EXPECT_EQ(custom->dimensions(), (LMSize{16, 12}));
-    EXPECT_EQ(filter->drawWithContext(other), custom);
+    auto custom = filter->drawWithContext(context);
+    EXPECT_EQ(filter->drawWithContext(context), custom);
     filter->setCustomOutputSize({8, 6});
-    EXPECT_EQ(filter->drawWithContext(other)->dimensions(), (LMSize{8, 6}));
+    EXPECT_EQ(filter->drawWithContext(context)->dimensions(), (LMSize{8, 6}));
 
-    // One program per class and context; the quad is made anew for each context.
-    for (const auto& target : {context, other, context}) {
-        expectNear(centre(filter->drawWithContext(target)), {0.8, 0.6, 0.4, 1});
+    // Each context has its own cache entry, program and quad.
+    auto other = LMContext::contextWithDimensions({32, 24});
+    other->setCachingEnabled(true);
+    for (const auto& target : {other, context, other}) {
+        auto image = filter->drawWithContext(target);
+        EXPECT_EQ(image->context(), target);
+        expectColor(image, {0.8, 0.6, 0.4, 1});
         EXPECT_EQ(filter->program(), target->getProgramWithName("LMFilterInvert"));
         EXPECT_EQ(target->programCache().size(), 1u);
         EXPECT_EQ(pendingGLError(*target), static_cast<GLenum>(GL_NO_ERROR));
     }
     auto twin = LMFilterInvert::filterWithInput(source);
-    twin->drawWithContext(context);
-    EXPECT_EQ(twin->program(), filter->program());
+    twin->drawWithContext(other);
+    EXPECT_EQ(twin->program(), filter->program()) << "shared by the class";
 }
 
 TEST_F(Filters, RedrawMarksTravelUpFromEveryInput)
@@ -224,7 +210,7 @@ TEST_F(Filters, HandlesMarkTheFilterOnlyForWatchedSettersCalledThroughThem)
     }
     EXPECT_FALSE(inner->needsRedraw());
     // Every setter stored its value: blue is the control, 0.75, plus the offset.
-    expectNear(centre(filter->drawWithContext(context)), {0, 0, 0.875, 1});
+    expectColor(filter->drawWithContext(context), {0, 0, 0.875, 1});
 }
 
 // Output pixel (10, 5) of a 200 by 100 context shows...
@@ -232,12 +218,12 @@ TEST_F(Filters, CustomOutputSizeShapesTheQuadTheInputTransformAndTheDimensions)
 {
     auto small = LMContext::contextWithDimensions({200, 100});
     auto location = Location::filter();
-    expectNear(at(location->drawWithContext(small), 10, 5), {10.5 / 256, 5.5 / 256, 400.0 / 512}, "at its own size");
+    expectColor(location->drawWithContext(small), {10.5 / 256, 5.5 / 256, 400.0 / 512}, "at its own size", 10, 5);
     location->setUsesCustomOutputSize(true);
     location->setCustomOutputSize({100, 50});
     auto stretched = location->drawWithContext(small);
     EXPECT_EQ(stretched->dimensions(), (LMSize{100, 50}));
-    expectNear(at(stretched, 10, 5), {21 / 256.0, 11 / 256.0, 400.0 / 512}, "stretched");
+    expectColor(stretched, {21 / 256.0, 11 / 256.0, 400.0 / 512}, "stretched", 10, 5);
     const auto quad = location->vaoState()->ourVAO();
     location->setNeedsRedraw(true);
     location->drawWithContext(small);
@@ -249,11 +235,11 @@ TEST_F(Filters, CustomOutputSizeShapesTheQuadTheInputTransformAndTheDimensions)
     fill->setScaler(std::make_shared<LMScalerFill>());
     fill->setUsesCustomOutputSize(true);
     fill->setCustomOutputSize({100, 100});
-    expectNear(at(fill->drawWithContext(small), 10, 5), {60.5 / 256, 5.5 / 256, 350.0 / 512}, "filled");
+    expectColor(fill->drawWithContext(small), {60.5 / 256, 5.5 / 256, 350.0 / 512}, "filled", 10, 5);
     small->setDimensions({100, 100});
-    expectNear(at(fill->drawWithContext(small), 10, 5), {10.5 / 256, 5.5 / 256, 200.0 / 512}, "the input resized");
+    expectColor(fill->drawWithContext(small), {10.5 / 256, 5.5 / 256, 200.0 / 512}, "the input resized", 10, 5);
     fill->setCustomOutputSize({100, 50});
-    expectNear(at(fill->drawWithContext(small), 10, 5), {10.5 / 256, 30.5 / 256, 200.0 / 512}, "the output resized");
+    expectColor(fill->drawWithContext(small), {10.5 / 256, 30.5 / 256, 200.0 / 512}, "the output resized", 10, 5);
 }
 
 TEST_F(Filters, KernelThatFailsToCompileIsLoggedAndDrawsBlack)
@@ -263,9 +249,9 @@ TEST_F(Filters, KernelThatFailsToCompileIsLoggedAndDrawsBlack)
         std::string kernelSource() const override { return "void main() { lm_output = lm_nothing; }"; }
     };
     LogCapture capture;
-    expectNear(centre(Broken::filter()->drawWithContext(context)), {0, 0, 0, 1});
+    expectColor(Broken::filter()->drawWithContext(context), {0, 0, 0, 1});
     // A filter with no kernel of its own compiles and draws black.
-    expectNear(centre(DefaultFilter::filter()->drawWithContext(context)), {0, 0, 0, 1});
+    expectColor(DefaultFilter::filter()->drawWithContext(context), {0, 0, 0, 1});
     ASSERT_EQ(capture.lines().size(), 1u) << "the compile failure, and nothing after it";
     EXPECT_NE(capture.lines()[0].find("Broken failed to compile: "), std::string::npos) << capture.lines()[0];
 }
