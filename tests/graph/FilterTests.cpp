@@ -196,7 +196,7 @@ TEST_F(Filters, HandlesMarkTheFilterOnlyForWatchedSettersCalledThroughThem)
     expectColor(filter->drawWithContext(context), {0, 0, 0.875, 1});
 }
 
-// Output pixel (10, 5) of a 200 by 100 context shows...
+// Each check reads output pixel (10, 5), drawn from a context of 200 by 100 and then 100 by 100.
 TEST_F(Filters, CustomOutputSizeShapesTheQuadTheInputTransformAndTheDimensions)
 {
     auto small = LMContext::contextWithDimensions({200, 100});
