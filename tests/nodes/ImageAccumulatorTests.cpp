@@ -30,19 +30,3 @@ TEST(ImageAccumulators, KeepTheImageForTheirContextAtItsSize)
     accumulator->drawWithContext(twin);
     EXPECT_FALSE(accumulator->updateNeedsRedraw()) << "every draw clears the flag";
 }
-
-// With caching on, a caching node brings its flag up to date before the
-// accumulator draws it. A passthrough stores what its input answers: drawn
-// first, its red input would answer false.
-TEST(ImageAccumulators, LetACachingNodeUpdateItsFlagBeforeDrawingWhenCachingIsOn)
-{
-    auto context = LMContext::contextWithDimensions({8, 8});
-    auto accumulator = LMImageAccumulator::accumulatorWithContext(context);
-    for (const bool caching : {false, true}) {
-        context->setCachingEnabled(caching);
-        auto node = LMPassthrough::passthroughWithInput(LMColor::redColor());
-        accumulator->setImage(node);
-        EXPECT_EQ(node->needsRedraw(), caching);
-        EXPECT_EQ(accumulator->image()->readPixelColorAtX(0, 0), LMRGBA::redColor());
-    }
-}

@@ -18,10 +18,9 @@ TEST(Passthroughs, HandOnTheirInputsImageCountDrawsAndTakeACachingInputsFlag)
     EXPECT_FALSE(node->updateNeedsRedraw());
     EXPECT_EQ(node->count(), 2u) << "with an input or without";
     node->resetCount();
+    EXPECT_EQ(node->count(), 0u);
 
     node->setInput(LMImage::imageWithContext(context));
     node->setNeedsRedraw(true);
     EXPECT_TRUE(node->updateNeedsRedraw()) << "an image does not answer, so the flag stays";
-    node->drawWithContext(context);
-    EXPECT_EQ(node->count(), 1u);
 }
