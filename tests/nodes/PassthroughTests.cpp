@@ -2,33 +2,23 @@
 
 #include <gtest/gtest.h>
 
-TEST(Passthroughs, CountEveryDrawAndHandOnTheInputsVeryImage)
+// A passthrough hands on its input's very image (black without an input),
+// counts every draw, and takes its redraw flag from a caching input only.
+TEST(Passthroughs, HandOnTheirInputsImageCountDrawsAndTakeACachingInputsFlag)
 {
     auto context = LMContext::contextWithDimensions({64, 32});
     auto node = LMPassthrough::passthrough();
-    auto black = node->drawWithContext(context);
-    EXPECT_EQ(black->dimensions(), context->dimensions());
-    EXPECT_EQ(black->readPixelColorAtX(3, 3), LMRGBA::blackColor());
+    EXPECT_EQ(node->drawWithContext(context)->readPixelColorAtX(3, 3), LMRGBA::blackColor());
 
     auto red = LMColor::redColor();
     node->setInput(red);
-    auto handedOn = node->drawWithContext(context);
-    EXPECT_EQ(handedOn, red->lastImage());
-    node->drawWithContext(context);
-    EXPECT_EQ(node->count(), 3u) << "with an input or without";
-    node->resetCount();
-    node->drawWithContext(context);
-    EXPECT_EQ(node->count(), 1u);
-}
-
-TEST(Passthroughs, TakeTheirRedrawFlagFromACachingInputOnly)
-{
-    auto context = LMContext::contextWithDimensions({64, 32});
-    auto node = LMPassthrough::passthroughWithInput(LMColor::redColor());
-    EXPECT_FALSE(node->needsRedraw());
     EXPECT_TRUE(node->updateNeedsRedraw()) << "the colour has not drawn yet";
-    node->drawWithContext(context);
+    const auto handedOn = node->drawWithContext(context);
+    EXPECT_EQ(handedOn, red->lastImage());
     EXPECT_FALSE(node->updateNeedsRedraw());
+    EXPECT_EQ(node->count(), 2u) << "with an input or without";
+    node->resetCount();
+    EXPECT_EQ(node->count(), 0u);
 
     node->setInput(LMImage::imageWithContext(context));
     node->setNeedsRedraw(true);
