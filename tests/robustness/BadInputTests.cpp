@@ -113,21 +113,17 @@ TEST_F(BadInputs, SizesAreRefusedWithALogLine)
     for (const LMSize size : sizes) {
         const std::string name = text(size.width) + " by " + text(size.height);
         // A context made at the size, and one resized to it, draw nothing
-        // until they are given a good size again.
-        sweep(context, "a context of " + name, "LMRenderTargetPool: ", [&] {
+        // until they are given a good size again; a filter's output of the
+        // size is nothing.
+        sweep(context, "a context and a filter output of " + name, "LMRenderTargetPool: ", [&] {
             auto bad = LMContext::contextWithDimensions(size);
-            EXPECT_FALSE(LMColor::redColor()->drawWithContext(bad)->target());
+            auto image = LMColor::redColor()->drawWithContext(bad);
+            EXPECT_FALSE(image->target() || image->readPixelColorLowerLeft() || image->debugQuickLookObject());
             bad->setDimensions(good);
             expectStillDrawing(bad, "resizing a context of " + name);
             bad->setDimensions(size);
-            EXPECT_EQ(LMFilterInvert::filterWithInput(LMColor::redColor())->drawWithContext(bad), nullptr);
-        });
-        sweep(context, "an image of " + name, "LMRenderTargetPool: ", [&] {
-            auto image = LMImage::imageWithContext(context, size);
-            EXPECT_FALSE(image->target() || image->readPixelColorLowerLeft() || image->debugQuickLookObject());
-        });
-        sweep(context, "a filter output of " + name, "LMRenderTargetPool: ", [&] {
             auto invert = LMFilterInvert::filterWithInput(LMColor::redColor());
+            EXPECT_EQ(invert->drawWithContext(bad), nullptr);
             invert->setUsesCustomOutputSize(true);
             invert->setCustomOutputSize(size);
             EXPECT_EQ(invert->drawWithContext(context), nullptr);
@@ -158,10 +154,10 @@ TEST_F(BadInputs, SizesAreRefusedWithALogLine)
     for (const auto& [width, height] : std::vector<std::pair<int32_t, int32_t>>{
              {0, 4}, {4, -1}, {INT32_MIN, 4}, {INT32_MAX, 4}, {65536, 65536}}) {
         const std::string name = std::to_string(width) + " by " + std::to_string(height);
-        sweep(context, "a bitmap of " + name, "LMBitmap: Cannot make a bitmap of " + name,
-              [&] { EXPECT_EQ(newBIR(width, height), nullptr); });
-        sweep(context, "a flipped bitmap of " + name, "LMBitmap: Cannot make a bitmap of " + name,
-              [&] { EXPECT_EQ(flippedBIR(newBIR(2, 2), width, height), nullptr); });
+        sweep(context, "a bitmap of " + name, "LMBitmap: Cannot make a bitmap of " + name, [&] {
+            EXPECT_EQ(newBIR(width, height), nullptr);
+            EXPECT_EQ(flippedBIR(newBIR(2, 2), width, height), nullptr);
+        });
     }
 }
 
@@ -170,20 +166,11 @@ TEST_F(BadInputs, NumbersReachFiltersAndColoursWithoutHarm)
     auto input = halvesPicture()->lumetraImageWithContext(context, LMContentScaleModeStretch);
     ASSERT_EQ(corner(input), red);
     ASSERT_EQ(corner(input, true), blue);
-    using Entry = double LMAffineTransform::*;
-    const std::pair<const char*, Entry> entries[] = {{"m11", &LMAffineTransform::m11}, {"m12", &LMAffineTransform::m12},
-                                                     {"m21", &LMAffineTransform::m21}, {"m22", &LMAffineTransform::m22},
-                                                     {"tX", &LMAffineTransform::tX},   {"tY", &LMAffineTransform::tY}};
+    // One entry of the linear part, and one of the translation.
+    const std::pair<const char*, double LMAffineTransform::*> entries[] = {{"m11", &LMAffineTransform::m11},
+                                                                           {"tX", &LMAffineTransform::tX}};
     for (double number : badNumbers) {
         const std::string name = text(number);
-        sweep(context, "a circle's radius and centre and a fader's control of " + name, "", [&] {
-            auto circle = LMFilterCircle::filter();
-            circle->setRadius(number);
-            circle->setCenter({number, number});
-            auto fader = LMFilterFader::filterWithInput(circle);
-            fader->setControl(number);
-            EXPECT_TRUE(corner(fader->drawWithContext(context)));
-        });
         // GL clamps a clear colour to 0...1, and NaN clears as 0. A hue that
         // is no finite number reads as 0, red.
         sweep(context, "a colour and a hue of " + name, "", [&] {
@@ -215,20 +202,16 @@ TEST_F(BadInputs, NumbersReachFiltersAndColoursWithoutHarm)
             auto monitor = LMPerformanceMonitor::performanceMonitorWithContext(context);
             monitor->setInterval(number);
             EXPECT_TRUE(monitor->timerRunning());
-            monitor->startTiming();
-            LMColor::redColor()->drawWithContext(context);
-            monitor->stopTiming();
         });
     }
 }
 
 TEST_F(BadInputs, ValuesOfTheWrongKindAreReportedAndReadAsAbsent)
 {
+    // Between them these filters have every kind of key: inputs, controls and lists.
     const std::vector<std::function<LMFilterRef<LMFilter>()>> makers = {
-        [] { return LMFilterInvert::filter(); },        [] { return LMFilterFader::filter(); },
-        [] { return LMFilterMax2::filter(); },          [] { return LMFilterCircle::filter(); },
-        [] { return LMFilterTransform::filter(); },     [] { return LMFilterMaxComponent::filter(); },
-        [] { return LMFilterConvertToSRGB::filter(); }, [] { return LMFilterConvertFromSRGB::filter(); }};
+        [] { return LMFilterFader::filter(); }, [] { return LMFilterCircle::filter(); },
+        [] { return LMFilterTransform::filter(); }};
     const std::shared_ptr<LMDrawable> node = LMColor::redColor();
     const std::vector<LMValue> notDrawables = {3.0, LMValue{1.0, 2.0}, "text"};
     const std::vector<LMValue> notNumbers = {node, LMValue{1.0, 2.0}, "text"};
@@ -261,9 +244,8 @@ TEST_F(BadInputs, ValuesOfTheWrongKindAreReportedAndReadAsAbsent)
 // and blue draws blue.
 TEST_F(BadInputs, MissingForeignAndUnboundInputsReadAsBlack)
 {
-    auto picture = halvesPicture();
-    const GLuint live = picture->glTextureWithContext(context);
-    GLuint deleted = picture->glTextureWithContext(context);
+    const GLuint live = halvesPicture()->glTextureWithContext(context);
+    GLuint deleted = halvesPicture()->glTextureWithContext(context);
     context->executeOpenGL([&] { glDeleteTextures(1, &deleted); });
     const auto adapting = [&](GLuint texture, GLenum target) -> std::shared_ptr<LMDrawable> {
         auto adapter = LMFilterOpenGLTextureAdapter::filterWithContext(context);
@@ -273,9 +255,7 @@ TEST_F(BadInputs, MissingForeignAndUnboundInputsReadAsBlack)
         return adapter;
     };
     auto other = LMContext::contextWithDimensions(good);
-    auto gone = LMContext::contextWithDimensions(good);
-    auto orphan = LMColor::redColor()->drawWithContext(gone);
-    gone.reset();
+    auto orphan = LMColor::redColor()->drawWithContext(LMContext::contextWithDimensions(good));
     auto emptyAccumulator = LMImageAccumulator::accumulatorWithContext(context);
     emptyAccumulator->setImage(nullptr);
     auto failingFilter = LMFilterInvert::filterWithInput(LMColor::redColor());
@@ -284,7 +264,6 @@ TEST_F(BadInputs, MissingForeignAndUnboundInputsReadAsBlack)
 
     const std::vector<std::tuple<std::string, std::shared_ptr<LMDrawable>, std::string>> cases = {
         {"no input", nullptr, ""},
-        {"a null handle", LMFilterRef<LMFilterInvert>(), ""},
         {"a proxy without a filter", LMFilterProxy::proxyWithTarget(nullptr), ""},
         {"a passthrough of nothing", LMPassthrough::passthrough(), ""},
         {"an accumulator without a context", LMImageAccumulator::accumulator(), ""},
@@ -295,11 +274,9 @@ TEST_F(BadInputs, MissingForeignAndUnboundInputsReadAsBlack)
         {"an image of another context", LMColor::redColor()->drawWithContext(other), "another context"},
         {"an image whose context has gone", orphan, "another context"},
         {"a deleted texture", adapting(deleted, GL_TEXTURE_RECTANGLE), "Cannot bind texture"},
-        {"a 2D texture never made", adapting(0x7FFF0000, GL_TEXTURE_2D), "Cannot bind texture"},
         {"texture 0", adapting(0, GL_TEXTURE_RECTANGLE), "Cannot bind texture"},
         {"a rectangle texture said to be 2D", adapting(live, GL_TEXTURE_2D), "Cannot bind texture"},
         {"a 3D texture target", adapting(live, GL_TEXTURE_3D), "Cannot draw a texture of target 0x806F"},
-        {"no texture target", adapting(live, 0), "Cannot draw a texture of target 0x0000"},
     };
     for (const auto& [what, input, logged] : cases) {
         sweep(context, "an inverter over, and a maximum of blue and, " + what, logged, [&] {
@@ -328,8 +305,6 @@ TEST_F(BadInputs, ContextOperationsRefuseWhatTheyCannotUse)
 {
     for (const auto& [name, source, logged] : std::vector<std::tuple<std::string, const char*, std::string>>{
              {"NoSource", nullptr, "Fragment Shader for NoSource failed to compile"},
-             {"EmptySource", "", "Fragment Shader for EmptySource failed to compile"},
-             {"NotGLSL", "not a shader", "Fragment Shader for NotGLSL failed to compile"},
              {"NoMain", "#version 150\nvoid helper() {}\n", "Shader program for NoMain failed to link"}})
         sweep(context, "a program of " + name, "LMFilter: " + logged,
               [&] { EXPECT_FALSE(context->createProgramWithName(name, source)->isLinked()); });
@@ -344,10 +319,7 @@ TEST_F(BadInputs, ContextOperationsRefuseWhatTheyCannotUse)
             glBindFramebuffer(GL_FRAMEBUFFER, 0);
             glUseProgram(0);
             glBindVertexArray(0);
-            glBindBuffer(GL_ARRAY_BUFFER, 0);
             glActiveTexture(GL_TEXTURE5);
-            glBindTexture(GL_TEXTURE_RECTANGLE, 0);
-            glClearColor(0.5f, 0.5f, 0.5f, 1.0f);
             glViewport(0, 0, 1, 1);
             context->gl()->setCurrentViewport({});
         });
@@ -413,8 +385,6 @@ TEST(ContextsThatGo, LeaveEveryObjectHarmlessAndLeaveNoThread)
         invert->setUsesCustomOutputSize(true);
         invert->setCustomOutputSize({16, 12});
         ASSERT_EQ(corner(invert->drawWithContext(context)), cyan);
-        auto accumulator = LMImageAccumulator::accumulatorWithContext(context);
-        accumulator->setImage(invert);
         auto monitor = LMPerformanceMonitor::performanceMonitorWithContext(context);
         monitor->setInterval(0.001);
         monitor->startTiming();
@@ -426,20 +396,13 @@ TEST(ContextsThatGo, LeaveEveryObjectHarmlessAndLeaveNoThread)
         monitor->tick();
         monitor->start();
         EXPECT_FALSE(monitor->timerQueryCreated());
-        accumulator->setImage(LMColor::redColor());
-        EXPECT_EQ(log.lines(), std::vector<std::string>{"LMImageAccumulator: Image was set before context."});
-
         EXPECT_EQ(corner(invert->drawWithContext(next)), cyan);
-        EXPECT_EQ(corner(accumulator->drawWithContext(next)), black);
-        accumulator->setContext(next);
-        accumulator->setImage(LMColor::redColor());
-        EXPECT_EQ(corner(accumulator->drawWithContext(next)), red);
         monitor->setContext(next);
         monitor->start();
         monitor->startTiming();
         monitor->stopTiming();
         EXPECT_TRUE(monitor->timerQueryCreated());
-        EXPECT_EQ(log.lines().size(), 1u);
+        EXPECT_TRUE(log.lines().empty()) << testing::PrintToString(log.lines());
     }
     expectStillDrawing(next, "contexts that went before their objects");
     next.reset();
@@ -481,15 +444,13 @@ TEST(GraphCycles, DrawBlackAndAreReportedOnce)
         first->setInput(LMPassthrough::passthroughWithInput(first));
         auto fader = LMFilterFader::filterWithInput(inner);
         fader->setControl(1.0);
-        const std::vector<std::tuple<std::string, std::shared_ptr<LMDrawableCaching>, std::string, std::function<void()>>>
-            cycles = {
-                {"an inverter of itself", self, "LMFilterInvert", [&] { self->setInput(nullptr); }},
-                {"a maximum through an inverter and a passthrough", max, "LMFilterMax2",
-                 [&] { through->setInput(nullptr); }},
-                {"two passthroughs", first, "LMPassthrough", [&] { first->setInput(nullptr); }},
-                {"a fader over a cycle", fader, "LMFilterInvert", [&] { inner->setInput(nullptr); }},
-            };
-        for (const auto& [cycle, root, reported, breakCycle] : cycles) {
+        const std::vector<std::tuple<std::string, std::shared_ptr<LMDrawableCaching>, std::string>> cycles = {
+            {"an inverter of itself", self, "LMFilterInvert"},
+            {"a maximum through an inverter and a passthrough", max, "LMFilterMax2"},
+            {"two passthroughs", first, "LMPassthrough"},
+            {"a fader over a cycle", fader, "LMFilterInvert"},
+        };
+        for (const auto& [cycle, root, reported] : cycles) {
             const std::string what = cycle + (caching ? ", caching" : "");
             ++inputsTried;
             LogCapture log;
@@ -500,8 +461,11 @@ TEST(GraphCycles, DrawBlackAndAreReportedOnce)
             }
             ASSERT_EQ(log.lines().size(), 1u) << what << ": " << testing::PrintToString(log.lines());
             EXPECT_NE(log.lines()[0].find("cycle through <" + reported + ": "), std::string::npos) << log.lines()[0];
-            breakCycle();
             expectStillDrawing(context, what);
         }
+        self->setInput(nullptr);
+        inner->setInput(nullptr);
+        through->setInput(nullptr);
+        first->setInput(nullptr);
     }
 }
