@@ -10,10 +10,10 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <limits>
 
 // Nothing may crash, hang, draw or leave a thread behind, and the only
-// lines logged are those that say the context (or the view) has no GL.
+// lines logged are those that say the context has no GL. (A view without
+// an X display is the view suite's.)
 TEST(FailedContexts, LeaveEveryObjectANoOp)
 {
     setenv("DISPLAY", ":4243", 1);
@@ -24,11 +24,6 @@ TEST(FailedContexts, LeaveEveryObjectANoOp)
     for (int round = 0; round < rounds; ++round) {
         auto context = LMContext::contextWithDimensions({32, 24});
         ASSERT_EQ(context->openGLContext(), nullptr);
-        EXPECT_EQ(context->requestRenderTargetWithDimensions({32, 24}), nullptr);
-        EXPECT_EQ(context->createProgramWithName("Anything", "void main() {}"), nullptr);
-        context->setDimensions({std::numeric_limits<double>::quiet_NaN(), -1});
-        context->setDimensions({32, 24});
-
         auto colour = LMColor::redColor()->drawWithContext(context);
         EXPECT_FALSE(colour->target() || colour->readPixelColorLowerLeft());
         auto invert = LMFilterInvert::filterWithInput(LMColor::redColor());
@@ -52,17 +47,10 @@ TEST(FailedContexts, LeaveEveryObjectANoOp)
         monitor->startTiming();
         monitor->stopTiming();
         EXPECT_FALSE(monitor->timerRunning());
-
-        auto view = LMDrawableView::viewWithContext(context);
-        view->setInput(colour);
-        view->redraw();
-        EXPECT_EQ(view->openGLContext(), nullptr);
     }
-    // The display says once why it failed, each context and view once.
+    // The display says once why it failed, each context once.
     std::vector<std::string> expected = {"LMEGLDisplay: No EGL display could be opened on the X11 platform"};
-    for (int round = 0; round < rounds; ++round)
-        expected.insert(expected.end(), {"Error creating the OpenGL context.",
-                                         "LMDrawableView: No X11 display to show the view on; it will draw nothing"});
+    expected.resize(1 + rounds, "Error creating the OpenGL context.");
     EXPECT_EQ(log.lines(), expected);
     EXPECT_EQ(threadCount(), threadsBefore) << "the GL threads of failed contexts end too";
 }
