@@ -138,7 +138,7 @@ TEST_F(BadInputs, SizesAreRefusedWithALogLine)
         });
         // A texture's size only says how much of it to sample: more than GL
         // allows is no harm, but the quad cannot be made without a size.
-        const bool usable = size.width > 0 && size.height > 0 && std::isfinite(size.width * size.height);
+        const bool usable = size.width > 0 && size.height > 0 && std::isfinite(size.width) && std::isfinite(size.height);
         const std::string textureLine = "LMFilterOpenGLTextureAdapter: Cannot draw a texture of " + name + " pixels";
         sweep(context, "a texture of " + name, usable ? "" : textureLine, [&] {
             auto adapter = LMOpenGLTextureAdapter::adapterWithContext(context);
@@ -161,7 +161,7 @@ TEST_F(BadInputs, NumbersReachFiltersAndColoursWithoutHarm)
 {
     // Red in the lower-left corner, blue in the upper-right.
     auto input = halvesPicture()->lumetraImageWithContext(context, LMContentScaleModeStretch);
-    // One entry of the linear part, and one of the translation.
+    // One entry of the 2-by-2 matrix, and one of the translation.
     const std::pair<const char*, double LMAffineTransform::*> entries[] = {{"m11", &LMAffineTransform::m11},
                                                                            {"tX", &LMAffineTransform::tX}};
     for (double number : badNumbers) {
