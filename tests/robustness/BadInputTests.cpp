@@ -138,12 +138,12 @@ TEST_F(BadInputs, SizesAreRefusedWithALogLine)
         });
         // A texture's size only says how much of it to sample: more than GL
         // allows is no harm, but the quad cannot be made without a size.
-        const bool usable = size.width > 0 && size.height > 0 && std::isfinite(size.width) && std::isfinite(size.height);
+        const bool sized = size.width > 0 && size.height > 0 && std::isfinite(size.width) && std::isfinite(size.height);
         const std::string textureLine = "LMFilterOpenGLTextureAdapter: Cannot draw a texture of " + name + " pixels";
-        sweep(context, "a texture of " + name, usable ? "" : textureLine, [&] {
+        sweep(context, "a texture of " + name, sized ? "" : textureLine, [&] {
             auto adapter = LMOpenGLTextureAdapter::adapterWithContext(context);
             const auto read = corner(adapter->convertTexture(texture, size), true);
-            EXPECT_TRUE(usable ? read.has_value() : read == black) << "a texture of " << name;
+            EXPECT_TRUE(sized ? read.has_value() : read == black) << "a texture of " << name;
         });
     }
 
