@@ -1,3 +1,5 @@
+#include "support/LogCapture.h"
+
 #include <lumetra/lumetra.h>
 
 #include <gtest/gtest.h>
@@ -29,4 +31,19 @@ TEST(ImageAccumulators, KeepTheImageForTheirContextAtItsSize)
     accumulator->setNeedsRedraw(true);
     accumulator->drawWithContext(twin);
     EXPECT_FALSE(accumulator->updateNeedsRedraw()) << "every draw clears the flag";
+
+    accumulator->setImage(nullptr);
+    EXPECT_EQ(accumulator->drawWithContext(context)->readPixelColorAtX(1, 1), LMRGBA::blackColor());
+}
+
+// An accumulator whose context has gone keeps nothing new and says why.
+TEST(ImageAccumulators, RefuseImagesOnceTheirContextHasGone)
+{
+    auto context = LMContext::contextWithDimensions({8, 8});
+    auto accumulator = LMImageAccumulator::accumulatorWithContext(context);
+    context.reset();
+    LogCapture log;
+    accumulator->setImage(LMColor::redColor());
+    EXPECT_EQ(accumulator->image(), nullptr);
+    EXPECT_EQ(log.lines(), std::vector<std::string>{"LMImageAccumulator: Image was set before context."});
 }
