@@ -2,6 +2,7 @@
 #include "support/ProcessStats.h"
 
 #include <lumetra/context/LMContext.h>
+#include <lumetra/context/LMVertexArrayBuilder.h>
 #include <lumetra/platform/LMEGLDisplay.h>
 
 #include <gtest/gtest.h>
@@ -13,134 +14,141 @@
 
 namespace {
 
-std::array<float, 16> readSharedQuad(LMContext& context)
-{
-    std::array<float, 16> quad{};
-    context.executeOpenGL([&] {
-        context.sharedVBO()->bind();
-        glGetBufferSubData(GL_ARRAY_BUFFER, 0, sizeof(quad), quad.data());
-    });
-    return quad;
-}
+using Ints = std::array<GLint, 4>;
 
-std::array<float, 16> expectedQuad(float width, float height)
+Ints glIntegers(GLenum name)
 {
-    return {-1, -1, 0, 0, 1, -1, width, 0, -1, 1, 0, height, 1, 1, width, height};
-}
-
-std::string glString(GLenum name)
-{
-    return reinterpret_cast<const char*>(glGetString(name));
+    Ints values{};
+    glGetIntegerv(name, values.data());
+    return values;
 }
 
 } // namespace
 
-TEST(LMContext, IsAConfiguredCoreProfileContextThatLogsOnlyItsSetUp)
+TEST(LMContext, IsConfiguredAtSetUpWhichLogsOnlyTwoLines)
 {
     LogCapture capture;
     auto context = LMContext::contextWithDimensions({100.5, 40.7});
     ASSERT_NE(context->openGLContext(), nullptr);
     EXPECT_FALSE(LMEGLDisplay::setPreferredPlatform(LMEGLPlatform::Surfaceless))
         << "the display is chosen once, before the first context";
-
-    GLint maxTextureSize = 0, profile = 0, major = 0, minor = 0;
-    std::array<GLint, 4> viewport{};
+    Ints viewport{};
     std::vector<GLenum> enabled;
-    std::string renderer, version, glsl;
+    std::vector<std::string> expected;
     context->executeOpenGL([&] {
-        glGetIntegerv(GL_MAX_TEXTURE_SIZE, &maxTextureSize);
-        glGetIntegerv(GL_VIEWPORT, viewport.data());
-        glGetIntegerv(GL_CONTEXT_PROFILE_MASK, &profile);
-        glGetIntegerv(GL_MAJOR_VERSION, &major);
-        glGetIntegerv(GL_MINOR_VERSION, &minor);
+        auto glString = [](GLenum name) { return std::string(reinterpret_cast<const char*>(glGetString(name))); };
+        viewport = glIntegers(GL_VIEWPORT);
         for (GLenum capability : {GL_DITHER, GL_BLEND, GL_STENCIL_TEST, GL_DEPTH_TEST})
             if (glIsEnabled(capability))
                 enabled.push_back(capability);
-        renderer = glString(GL_RENDERER);
-        version = glString(GL_VERSION);
-        glsl = glString(GL_SHADING_LANGUAGE_VERSION);
+        expected = {"LMContext: Maximum texture size: " + std::to_string(glIntegers(GL_MAX_TEXTURE_SIZE)[0]),
+                    "Lumetra context created with Renderer: " + glString(GL_RENDERER) + ", OpenGL Version: " +
+                        glString(GL_VERSION) + ", GLSL Version: " + glString(GL_SHADING_LANGUAGE_VERSION)};
     });
-    EXPECT_EQ(context->maxTextureSize(), maxTextureSize);
-    EXPECT_EQ(capture.lines(),
-              (std::vector<std::string>{
-                  "LMContext: Maximum texture size: " + std::to_string(maxTextureSize),
-                  "Lumetra context created with Renderer: " + renderer + ", OpenGL Version: " + version +
-                      ", GLSL Version: " + glsl,
-              }));
-    EXPECT_EQ(viewport, (std::array<GLint, 4>{0, 0, 100, 40})) << "the viewport takes the floor of the dimensions";
+    EXPECT_EQ(capture.lines(), expected);
+    EXPECT_EQ("LMContext: Maximum texture size: " + std::to_string(context->maxTextureSize()), expected[0]);
+    EXPECT_EQ(viewport, (Ints{0, 0, 100, 40})) << "the viewport takes the floor of the dimensions";
     EXPECT_EQ(context->gl()->currentViewport(), (LMRect{0, 0, 100, 40}));
-    EXPECT_TRUE(profile & GL_CONTEXT_CORE_PROFILE_BIT);
-    EXPECT_GE(major * 10 + minor, 32);
     EXPECT_EQ(enabled, std::vector<GLenum>{}) << "dithering, blending, stencil and depth tests are off";
 }
 
-// The shared vertex array, buffer and vertex shader are made at the first
-// shared set-up, once. Its attribute layout shows in every filter drawn at
-// the context's size.
-TEST(LMContext, SharedQuadFollowsTheUnflooredDimensions)
+// The shared objects are made once; the quad's texture coordinates are the
+// dimensions in pixels, unfloored, and follow every change.
+TEST(LMContext, SharedQuadFollowsTheDimensions)
 {
     auto context = LMContext::contextWithDimensions({64, 64});
     context->setDimensions({100.5, 40});
-    EXPECT_EQ(context->sharedVBO(), nullptr) << "no shared buffer exists before the first shared set-up";
-
     LogCapture capture;
     context->bindToSharedVAO();
-    EXPECT_TRUE(context->sharedSetupComplete());
-    EXPECT_TRUE(capture.lines().empty()) << "a clean set-up, the vertex shader's compilation included, logs nothing";
-    EXPECT_EQ(readSharedQuad(*context), expectedQuad(100.5f, 40.f));
-    context->setDimensions({300.25, 7.75});
-    EXPECT_EQ(readSharedQuad(*context), expectedQuad(300.25f, 7.75f));
-    auto vao = context->sharedVAO();
-    context->bindToSharedVAO();
-    EXPECT_EQ(context->sharedVAO(), vao) << "the shared objects are made once";
-}
-
-TEST(LMContext, BlocksRunOnTheGLThreadWithTheContextCurrent)
-{
-    auto context = LMContext::contextWithDimensions({16, 16});
-    void* const glContext = context->openGLContext()->eglContext();
-
-    std::thread::id glThread;
-    void* currentInBlock = nullptr;
-    context->executeOpenGL([&] {
-        glThread = std::this_thread::get_id();
-        currentInBlock = eglGetCurrentContext();
-    });
-    EXPECT_NE(glThread, std::this_thread::get_id());
-    EXPECT_EQ(currentInBlock, glContext);
-
-    // A block that lets go of the GL context: executeOpenGL makes it current
-    // again, the no-switch variant leaves it as it is until makeCurrentContext.
-    context->executeOpenGLNoContextSwitch([] { LMOpenGLContext::clearCurrentContext(); });
-    context->executeOpenGLNoContextSwitch([&] { currentInBlock = eglGetCurrentContext(); });
-    EXPECT_EQ(currentInBlock, EGL_NO_CONTEXT);
-    context->makeCurrentContext();
-    context->executeOpenGLNoContextSwitch([&] {
-        currentInBlock = eglGetCurrentContext();
-        EXPECT_EQ(LMOpenGLContext::currentContext(), context->openGLContext());
-    });
-    EXPECT_EQ(currentInBlock, glContext);
-
-    context->executeOpenGLNoContextSwitch([] { LMOpenGLContext::clearCurrentContext(); });
-    context->executeOpenGL([&] { currentInBlock = eglGetCurrentContext(); });
-    EXPECT_EQ(currentInBlock, glContext);
-}
-
-TEST(LMContext, ManyContextsLeaveNoThreadsOrMemoryBehind)
-{
-    auto cycle = [] {
-        auto context = LMContext::contextWithDimensions({256, 256});
+    const auto vao = context->sharedVAO();
+    for (auto [w, h] : {std::pair{100.5f, 40.f}, {300.25f, 7.75f}}) {
+        context->setDimensions({w, h});
         context->bindToSharedVAO();
-        context->setDimensions({128, 64});
-    };
-    LogCapture quiet;
-    for (int i = 0; i < 5; ++i)
-        cycle();
-    const int threads = threadCount();
-    const long memory = residentKilobytes();
-    for (int i = 0; i < 40; ++i)
-        cycle();
-    EXPECT_EQ(threadCount(), threads);
-    // A leaked context with its GL state costs megabytes; allow allocator noise.
-    EXPECT_LT(residentKilobytes() - memory, 4 * 1024);
+        std::array<float, 16> quad{};
+        context->executeOpenGL([&] {
+            context->sharedVBO()->bind();
+            glGetBufferSubData(GL_ARRAY_BUFFER, 0, sizeof(quad), quad.data());
+        });
+        EXPECT_EQ(quad, (std::array<float, 16>{-1, -1, 0, 0, 1, -1, w, 0, -1, 1, 0, h, 1, 1, w, h}));
+    }
+    EXPECT_EQ(context->sharedVAO(), vao);
+    EXPECT_TRUE(capture.lines().empty()) << "a clean set-up, the vertex shader's compilation included, logs nothing";
+}
+
+// executeOpenGL makes the context current again after a block let go of it;
+// the no-switch variant leaves it as it is until makeCurrentContext. The
+// queue's thread ends with its context (the first context of the process
+// starts the driver's threads for good).
+TEST(LMContext, BlocksRunOnItsOwnThreadWithTheContextCurrent)
+{
+    LMContext::contextWithDimensions({16, 16});
+    const int threadsBefore = threadCount();
+    auto context = LMContext::contextWithDimensions({16, 16});
+    std::vector<std::pair<std::thread::id, void*>> seen;
+    auto note = [&] { seen.emplace_back(std::this_thread::get_id(), eglGetCurrentContext()); };
+    auto clear = [] { LMOpenGLContext::clearCurrentContext(); };
+    context->executeOpenGL(note);
+    context->executeOpenGLNoContextSwitch(clear);
+    context->executeOpenGLNoContextSwitch(note);
+    context->makeCurrentContext();
+    context->executeOpenGLNoContextSwitch(note);
+    context->executeOpenGLNoContextSwitch(clear);
+    context->executeOpenGL(note);
+    void* const gl = context->openGLContext()->eglContext();
+    const auto glThread = seen[0].first;
+    EXPECT_NE(glThread, std::this_thread::get_id());
+    EXPECT_EQ(seen, (decltype(seen){{glThread, gl}, {glThread, EGL_NO_CONTEXT}, {glThread, gl}, {glThread, gl}}));
+    context.reset();
+    EXPECT_EQ(threadCount(), threadsBefore);
+}
+
+// Watched through GL: before each call the test moves the GL viewport behind
+// the cache's back, so only a call that reaches GL changes what GL reports.
+TEST(LMOpenGL, SendsTheViewportOncePerDistinctRectangle)
+{
+    auto context = LMContext::contextWithDimensions({64, 64});
+    context->executeOpenGL([] {
+        LMOpenGL gl;
+        auto send = [&](LMRect rect, bool resetCache = false) {
+            glViewport(1, 2, 3, 4);
+            if (resetCache)
+                gl.setCurrentViewport({});
+            gl.setViewport(rect);
+            EXPECT_EQ(gl.currentViewport(), rect) << "cached as given";
+            return glIntegers(GL_VIEWPORT);
+        };
+        EXPECT_EQ(send({0, 0, 0, 0}), (Ints{1, 2, 3, 4})) << "the cache starts empty";
+        EXPECT_EQ(send({0, 0, 100.9, 50.2}), (Ints{0, 0, 100, 50}));
+        EXPECT_EQ(send({0, 0, 100.9, 50.2}), (Ints{1, 2, 3, 4})) << "the same rectangle again";
+        EXPECT_EQ(send({5, 0, 100.9, 50.2}), (Ints{5, 0, 100, 50}));
+        EXPECT_EQ(send({5, 0, 100.9, 50.2}, true), (Ints{5, 0, 100, 50})) << "after the host reset the cache";
+    });
+}
+
+// Attributes of 3, 2 and 4 floats one after another in each vertex of the
+// bound buffer, recorded in a new vertex array that is left bound.
+TEST(LMVertexArrayBuilder, LaysOutInterleavedAttributes)
+{
+    auto context = LMContext::contextWithDimensions({64, 64});
+    context->executeOpenGL([&] {
+        LMVertexBuffer buffer;
+        buffer.bind();
+        LMVertexArrayBuilder builder;
+        for (GLuint index : {4, 3, 5})
+            builder.addVertexAttribute(std::make_shared<LMVertexAttribute>(index, index - 1));
+        builder.addVertexAttribute(nullptr);
+        EXPECT_EQ(static_cast<GLuint>(glIntegers(GL_VERTEX_ARRAY_BINDING)[0]), builder.build()->number());
+        for (auto [index, offset] : {std::pair{4, 0}, {3, 12}, {5, 20}}) {
+            std::vector<GLint> state;
+            for (GLenum name : {GL_VERTEX_ATTRIB_ARRAY_ENABLED, GL_VERTEX_ATTRIB_ARRAY_SIZE, GL_VERTEX_ATTRIB_ARRAY_TYPE,
+                                GL_VERTEX_ATTRIB_ARRAY_NORMALIZED, GL_VERTEX_ATTRIB_ARRAY_STRIDE,
+                                GL_VERTEX_ATTRIB_ARRAY_BUFFER_BINDING})
+                glGetVertexAttribiv(index, name, &state.emplace_back());
+            void* pointer = nullptr;
+            glGetVertexAttribPointerv(index, GL_VERTEX_ATTRIB_ARRAY_POINTER, &pointer);
+            state.push_back(static_cast<GLint>(reinterpret_cast<uintptr_t>(pointer)));
+            EXPECT_EQ(state, (std::vector<GLint>{GL_TRUE, index - 1, GL_FLOAT, GL_FALSE, 36,
+                                                 static_cast<GLint>(buffer.number()), offset}));
+        }
+    });
 }

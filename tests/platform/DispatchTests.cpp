@@ -11,9 +11,9 @@
 #include <thread>
 #include <vector>
 
-// One dedicated thread runs every block before the call returns; a block
-// submitted from inside a block runs at once, and an exception reaches the
-// submitter without stopping the queue.
+// One thread of the queue's own runs every block before the call returns; a
+// block submitted from inside a block runs at once, and an exception reaches
+// the submitter without stopping the queue.
 TEST(VarnelDispatch, RunsBlocksOnItsOwnThreadNestedAtOnceAndRethrows)
 {
     VarnelDispatch queue("Lumetra OpenGL Queue");
@@ -37,47 +37,43 @@ TEST(VarnelDispatch, RunsBlocksOnItsOwnThreadNestedAtOnceAndRethrows)
     EXPECT_EQ(threads[0], threads[1]);
 }
 
+// The counter is guarded by nothing but the queue's one-at-a-time hand-over.
 TEST(VarnelDispatch, BlocksFromSeveralThreadsNeverOverlap)
 {
     VarnelDispatch queue("overlap");
-    std::atomic<int> inside{0};
-    std::atomic<int> overlaps{0};
-    int unguardedCounter = 0; // only the queue's serialisation protects it
-    constexpr int submitters = 4, blocksEach = 2000;
-
-    std::vector<std::thread> threads;
-    for (int t = 0; t < submitters; ++t) {
-        threads.emplace_back([&] {
-            for (int i = 0; i < blocksEach; ++i) {
+    std::atomic<int> inside{0}, overlaps{0};
+    int counter = 0;
+    std::vector<std::thread> submitters;
+    for (int t = 0; t < 4; ++t) {
+        submitters.emplace_back([&] {
+            for (int i = 0; i < 2000; ++i) {
                 queue.dispatchSyncToQueue([&] {
-                    if (inside.fetch_add(1) != 0)
-                        overlaps.fetch_add(1);
-                    ++unguardedCounter;
+                    overlaps += inside++ != 0;
+                    ++counter;
                     if (i % 500 == 0)
                         std::this_thread::sleep_for(std::chrono::microseconds(200));
-                    inside.fetch_sub(1);
+                    --inside;
                 });
             }
         });
     }
-    for (auto& thread : threads)
-        thread.join();
+    for (auto& submitter : submitters)
+        submitter.join();
     EXPECT_EQ(overlaps.load(), 0);
-    EXPECT_EQ(unguardedCounter, submitters * blocksEach);
+    EXPECT_EQ(counter, 4 * 2000);
 }
 
+// After a burst of blocks the worker stops spinning and sleeps until the
+// next one: a spinning thread would use about 50 ticks (of 10 ms) in the
+// half second it is watched.
 TEST(VarnelDispatch, IdleQueueParksItsThread)
 {
     VarnelDispatch queue("idle");
     pid_t workerTid = 0;
     for (int i = 0; i < 1000; ++i)
         queue.dispatchSyncToQueue([&] { workerTid = pid_t(syscall(SYS_gettid)); });
-
-    // Give the worker time to stop spinning, then watch it stay asleep.
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
     const long before = threadCpuTicks(workerTid);
     std::this_thread::sleep_for(std::chrono::milliseconds(500));
-    const long after = threadCpuTicks(workerTid);
-    // A spinning thread would use about 50 ticks (of 10 ms) in that time.
-    EXPECT_LE(after - before, 2);
+    EXPECT_LE(threadCpuTicks(workerTid) - before, 2);
 }

@@ -4,29 +4,24 @@
 
 #include <thread>
 
-TEST(LMLog, FormatsOneLinePerMessageWithoutItsNewline)
-{
-    LogCapture capture;
-    LMLog("LMContext: Maximum texture size: %i", 16384);
-    LMLog("plain line\n");
-    LMLog("%s and %.1f", "text", 2.5);
-    EXPECT_EQ(capture.lines(),
-              (std::vector<std::string>{"LMContext: Maximum texture size: 16384", "plain line", "text and 2.5"}));
-}
-
-TEST(LMLog, EmptySinkRestoresStandardError)
+// printf-style formatting, one line per message whatever newline the format
+// ends with, to the sink while one is set and to standard error after.
+TEST(LMLog, FormatsOneLinePerMessageForTheSinkOrStandardError)
 {
     {
         LogCapture capture;
-        LMLog("to the sink");
-        EXPECT_EQ(capture.lines().size(), 1u);
+        LMLog("LMContext: Maximum texture size: %i", 16384);
+        LMLog("plain line\n");
+        LMLog("%s and %.1f", "text", 2.5);
+        EXPECT_EQ(capture.lines(),
+                  (std::vector<std::string>{"LMContext: Maximum texture size: 16384", "plain line", "text and 2.5"}));
     }
     testing::internal::CaptureStderr();
-    LMLog("to standard error %d", 7);
+    LMLog("to standard error %d\n", 7);
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "to standard error 7\n");
 }
 
-TEST(LMLog, LinesFromManyThreadsArriveWhole)
+TEST(LMLog, LinesFromManyThreadsArriveWholeAndInOrder)
 {
     LogCapture capture;
     constexpr int threads = 4, perThread = 300;
