@@ -37,11 +37,11 @@ TEST(LMObjectPool, CountsLeasesAndReusesTheLowestUnusedIdUntilAFlush)
     pool.releaseObjectWithId(0);
     EXPECT_EQ(pool.requestNewObjectId(), 0u) << "the lowest unused id comes first";
     EXPECT_EQ(pool.retainCounts(), (Counts{{0, 1}, {2, 1}, {3, 0}}));
-    EXPECT_EQ(pool.objectStorage().count(1), 0u) << "a flush drops the object too";
 
     LogCapture capture;
     pool.setCurrentId(UINT64_MAX - 2);
     EXPECT_EQ(pool.createObjectId(), UINT64_MAX - 2);
+    EXPECT_TRUE(capture.lines().empty()) << "the id before the last one is still fine";
     EXPECT_EQ(pool.createObjectId(), UINT64_MAX - 1);
     EXPECT_EQ(capture.lines(), (std::vector<std::string>{"LMObjectPool ran out of object ids!"}));
 }
@@ -82,11 +82,9 @@ TEST_F(RenderTargets, FailedCreationsLogYieldNothingAndLeakNothing)
     LogCapture capture;
     for (LMSize size : {LMSize{20000, 100}, LMSize{0.5, 10}, LMSize{NAN, 10}})
         EXPECT_EQ(context->requestRenderTargetWithDimensions(size), nullptr);
-    EXPECT_EQ(capture.lines(), (std::vector<std::string>{
-                                   "LMRenderTargetPool: Error 1281 creating a 20000x100 texture",
-                                   "LMRenderTargetPool: Framebuffer not complete in time to render.",
-                                   "LMRenderTargetPool: Framebuffer not complete in time to render.",
-                               }));
+    const std::string incomplete = "LMRenderTargetPool: Framebuffer not complete in time to render.";
+    EXPECT_EQ(capture.lines(), (std::vector<std::string>{"LMRenderTargetPool: Error 1281 creating a 20000x100 texture",
+                                                         incomplete, incomplete}));
     EXPECT_EQ(liveGLObjects(*context, glIsTexture, 512), texturesBefore);
     EXPECT_EQ(liveGLObjects(*context, glIsFramebuffer, 512), framebuffersBefore);
     EXPECT_EQ(pool.objectsAllocated(), 0u) << "failed ids are dropped";
