@@ -127,7 +127,8 @@ TEST(LMVertexArrayBuilder, LaysOutInterleavedAttributes)
         EXPECT_EQ(static_cast<GLuint>(glIntegers(GL_VERTEX_ARRAY_BINDING)[0]), array->number());
         for (auto [index, offset] : {std::pair{4, 0}, {3, 12}, {5, 20}}) {
             std::vector<GLint> state;
-            for (GLenum name : {GL_VERTEX_ATTRIB_ARRAY_ENABLED, GL_VERTEX_ATTRIB_ARRAY_SIZE, GL_VERTEX_ATTRIB_ARRAY_STRIDE})
+            for (GLenum name :
+                 {GL_VERTEX_ATTRIB_ARRAY_ENABLED, GL_VERTEX_ATTRIB_ARRAY_SIZE, GL_VERTEX_ATTRIB_ARRAY_STRIDE})
                 glGetVertexAttribiv(index, name, &state.emplace_back());
             void* pointer = nullptr;
             glGetVertexAttribPointerv(index, GL_VERTEX_ATTRIB_ARRAY_POINTER, &pointer);
