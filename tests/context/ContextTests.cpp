@@ -101,7 +101,7 @@ TEST(LMOpenGL, SendsTheViewportOncePerDistinctRectangle)
         for (LMRect rect : {LMRect{}, {0, 0, 100.9, 50.2}, {0, 0, 100.9, 50.2}, {5, 0, 100.9, 50.2}, {}, {}}) {
             glViewport(1, 2, 3, 4);
             if (sent.size() == 5)
-                gl.setCurrentViewport({1, 1, 1, 1}); // as a host that moved the viewport says so
+                gl.setCurrentViewport({1, 2, 3, 4}); // a host that moved the viewport says so
             gl.setViewport(rect);
             sent.push_back(glIntegers(GL_VIEWPORT));
             EXPECT_EQ(gl.currentViewport(), rect) << "cached as given, unfloored";
@@ -111,8 +111,9 @@ TEST(LMOpenGL, SendsTheViewportOncePerDistinctRectangle)
     });
 }
 
-// Attributes of 3, 2 and 4 floats one after another in each vertex of the
-// bound buffer, recorded in a new vertex array that is left bound.
+// Attributes of 3, 2 and 4 floats (at locations 4, 3 and 5, one more than
+// their sizes) one after another in each vertex of the bound buffer, recorded
+// in a new vertex array that is left bound.
 TEST(LMVertexArrayBuilder, LaysOutInterleavedAttributes)
 {
     auto context = LMContext::contextWithDimensions({64, 64});

@@ -35,7 +35,7 @@ TEST(VarnelDispatch, RunsBlocksOnItsOwnThreadNestedAtOnceAndRethrows)
 // guarded by nothing but the queue's one-at-a-time hand-over.
 TEST(VarnelDispatch, BlocksFromSeveralThreadsEachRunOnce)
 {
-    VarnelDispatch queue("overlap");
+    VarnelDispatch queue("submitters");
     int counter = 0;
     auto submit = [&] {
         for (int i = 0; i < 2000; ++i)
