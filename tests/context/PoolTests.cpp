@@ -1,0 +1,154 @@
+#include "support/GLObjects.h"
+#include "support/LogCapture.h"
+
+#include <lumetra/context/LMContext.h>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <thread>
+
+namespace {
+
+class RenderTargets : public testing::Test {
+protected:
+    std::shared_ptr<LMContext> context = LMContext::contextWithDimensions({256, 256});
+    LMRenderTargetPool& pool = *context->renderTargetPool();
+    bool alive(GLuint texture) { return isGLObject(*context, glIsTexture, texture); }
+};
+
+} // namespace
+
+// The pool on its own pools plain numbers and needs no GL.
+TEST(LMObjectPool, CountsLeasesAndReusesTheLowestUnusedIdUntilAFlush)
+{
+    using Counts = std::map<uint64_t, uint64_t>;
+    LMObjectPool pool;
+    for (uint64_t id : {0u, 1u, 2u})
+        EXPECT_EQ(pool.requestNewObjectId(), id);
+    for (uint64_t id : {1u, 1u, 999u})
+        pool.releaseObjectWithId(id);
+    EXPECT_EQ(pool.retainCounts(), (Counts{{0, 1}, {1, 0}, {2, 1}})) << "extra releases change nothing";
+    EXPECT_EQ(pool.requestNewObjectId(), 1u) << "an unused id is leased again";
+    pool.releaseObjectWithId(1);
+    pool.flushUnusedObjects();
+    EXPECT_EQ(pool.requestNewObjectId(), 3u) << "ids are never recycled, and the reuse made none";
+    pool.releaseObjectWithId(3);
+    pool.releaseObjectWithId(0);
+    EXPECT_EQ(pool.requestNewObjectId(), 0u) << "the lowest unused id comes first";
+    EXPECT_EQ(pool.retainCounts(), (Counts{{0, 1}, {2, 1}, {3, 0}}));
+
+    LogCapture capture;
+    pool.setCurrentId(UINT64_MAX - 2);
+    EXPECT_EQ(pool.createObjectId(), UINT64_MAX - 2);
+    EXPECT_TRUE(capture.lines().empty()) << "the id before the last one is still fine";
+    EXPECT_EQ(pool.createObjectId(), UINT64_MAX - 1);
+    EXPECT_EQ(capture.lines(), (std::vector<std::string>{"LMObjectPool ran out of object ids!"}));
+}
+
+// Same size again, after a release: the same target and nothing new made. A
+// target's texture is floored, a 16-bit RGB rectangle sampled linearly and
+// clamped; binding the target sets the viewport to that floored size.
+TEST_F(RenderTargets, AreReusedByExactSize)
+{
+    auto first = context->requestRenderTargetWithDimensions({100.7, 50.2});
+    auto second = context->requestRenderTargetWithDimensions({100.7, 50.2});
+    ASSERT_TRUE(first && second);
+    context->releaseRenderTarget(first);
+    EXPECT_EQ(context->requestRenderTargetWithDimensions({100.7, 50.2}), first);
+    context->releaseRenderTarget(first);
+    EXPECT_NE(context->requestRenderTargetWithDimensions({100.7, 50.5}), first) << "a fraction more is another size";
+    context->releaseRenderTarget(nullptr); // does nothing
+    EXPECT_EQ(pool.retainCounts(), (std::map<uint64_t, uint64_t>{{0, 0}, {1, 1}, {2, 1}})) << "no more were made";
+
+    context->bindToRenderTarget(first);
+    std::vector<GLint> state(4);
+    context->executeOpenGLNoContextSwitch([&] {
+        glGetIntegerv(GL_VIEWPORT, state.data());
+        glBindTexture(GL_TEXTURE_RECTANGLE, first->texture());
+        for (GLenum level : {GL_TEXTURE_WIDTH, GL_TEXTURE_HEIGHT, GL_TEXTURE_INTERNAL_FORMAT})
+            glGetTexLevelParameteriv(GL_TEXTURE_RECTANGLE, 0, level, &state.emplace_back());
+        for (GLenum parameter : {GL_TEXTURE_MAG_FILTER, GL_TEXTURE_MIN_FILTER, GL_TEXTURE_WRAP_S, GL_TEXTURE_WRAP_T})
+            glGetTexParameteriv(GL_TEXTURE_RECTANGLE, parameter, &state.emplace_back());
+    });
+    EXPECT_EQ(state, (std::vector<GLint>{0, 0, 100, 50, 100, 50, GL_RGB16, GL_LINEAR, GL_LINEAR, GL_CLAMP_TO_EDGE,
+                                         GL_CLAMP_TO_EDGE}));
+}
+
+TEST_F(RenderTargets, FailedCreationsLogYieldNothingAndLeakNothing)
+{
+    const auto texturesBefore = liveGLObjects(*context, glIsTexture, 512);
+    const auto framebuffersBefore = liveGLObjects(*context, glIsFramebuffer, 512);
+    LogCapture capture;
+    for (LMSize size : {LMSize{20000, 100}, LMSize{0.5, 10}, LMSize{NAN, 10}})
+        EXPECT_EQ(context->requestRenderTargetWithDimensions(size), nullptr);
+    const std::string incomplete = "LMRenderTargetPool: Framebuffer not complete in time to render.";
+    EXPECT_EQ(capture.lines(), (std::vector<std::string>{"LMRenderTargetPool: Error 1281 creating a 20000x100 texture",
+                                                         incomplete, incomplete}));
+    EXPECT_EQ(liveGLObjects(*context, glIsTexture, 512), texturesBefore);
+    EXPECT_EQ(liveGLObjects(*context, glIsFramebuffer, 512), framebuffersBefore);
+    EXPECT_EQ(pool.objectsAllocated(), 0u) << "failed ids are dropped";
+    EXPECT_EQ(pendingGLError(*context), static_cast<GLenum>(GL_NO_ERROR));
+    EXPECT_TRUE(context->requestRenderTargetWithDimensions({16, 16})) << "the pool goes on working";
+}
+
+// Targets are deleted only when unused: by a flush, by a size change (every
+// size, the new one included), and by the teardown of a pool, which deletes
+// even the leased ones, through its context while it lives.
+TEST_F(RenderTargets, AreDeletedByFlushesAndTheTeardownOfTheirLivePool)
+{
+    auto kept = context->requestRenderTargetWithDimensions({64, 64});
+    auto small = context->requestRenderTargetWithDimensions({32, 32});
+    auto newSize = context->requestRenderTargetWithDimensions({512, 128});
+    context->releaseRenderTarget(small);
+    context->flushUnusedTargets();
+    EXPECT_TRUE(!alive(small->texture()) && alive(kept->texture()) && alive(newSize->texture()));
+    context->releaseRenderTarget(newSize);
+    context->setDimensions({512, 128});
+    EXPECT_TRUE(!alive(newSize->texture()) && alive(kept->texture()));
+    EXPECT_EQ(pool.objectsAllocated(), 1u);
+
+    auto own = std::make_unique<LMRenderTargetPool>(context);
+    const uint64_t leased = own->requestRenderTargetWithDimensions({40, 30});
+    const uint64_t unused = own->requestRenderTargetWithDimensions({40, 30});
+    const GLuint textures[] = {own->renderTargetWithId(leased)->texture(), own->renderTargetWithId(unused)->texture()};
+    own->releaseObjectWithId(unused);
+    own.reset();
+    EXPECT_FALSE(alive(textures[0]) || alive(textures[1]));
+
+    auto keptPool = context->renderTargetPool();
+    context.reset();
+    keptPool->releaseObjectWithId(kept->identifier());
+    keptPool->flushUnusedObjects();
+    EXPECT_EQ(keptPool->objectsAllocated(), 0u) << "a pool whose context is gone drops its records";
+    EXPECT_EQ(keptPool->requestRenderTargetWithDimensions({64, 64}), LMNotFound);
+}
+
+// The drawing thread leases and flushes while another thread gives back the
+// targets of the previous round, as a host dropping images elsewhere does.
+TEST_F(RenderTargets, ReleasesFromAnotherThreadKeepThePoolConsistent)
+{
+    int wrongSize = 0;
+    std::thread releaser;
+    for (int round = 0; round < 500; ++round) {
+        std::vector<std::shared_ptr<LMRenderTarget>> leased;
+        for (LMSize size : {LMSize{16, 16}, LMSize{32, 8}, LMSize{8, 32}}) {
+            leased.push_back(context->requestRenderTargetWithDimensions(size));
+            wrongSize += !leased.back() || !(leased.back()->dimensions() == size);
+        }
+        if (round % 16 == 0)
+            context->flushUnusedTargets();
+        if (releaser.joinable())
+            releaser.join();
+        releaser = std::thread([this, leased] {
+            for (const auto& target : leased)
+                context->releaseRenderTarget(target);
+        });
+    }
+    releaser.join();
+    EXPECT_EQ(wrongSize, 0);
+    EXPECT_EQ(pool.objectsUsed(), 0u) << "every lease was given back";
+    context->flushUnusedTargets();
+    EXPECT_TRUE(pool.retainCounts().empty() && pool.objectStorage().empty());
+    EXPECT_EQ(pendingGLError(*context), static_cast<GLenum>(GL_NO_ERROR));
+}
