@@ -52,9 +52,10 @@ inline std::vector<DamagedPicture> damagedPictures(const Bytes& png, const Bytes
     }
     put(hugePNG, 29, ~crc, 4);
     // ...and 65500 by 65500 in the JPEG's frame header.
-    const Bytes frame{0xFF, 0xC0};
-    put(hugeJPEG, size_t(std::search(jpeg.begin(), jpeg.end(), frame.begin(), frame.end()) - jpeg.begin()) + 5,
-        65500u << 16 | 65500u, 4);
+    const auto find = [&](const Bytes& marker) {
+        return size_t(std::search(jpeg.begin(), jpeg.end(), marker.begin(), marker.end()) - jpeg.begin());
+    };
+    put(hugeJPEG, find({0xFF, 0xC0}) + 5, 65500u << 16 | 65500u, 4);
     const std::string cannot = "LMPicture: Cannot read ", early = "the file ends early";
     return {
         {"empty.png", {}, "is neither a PNG nor a JPEG file"},
@@ -65,7 +66,7 @@ inline std::vector<DamagedPicture> damagedPictures(const Bytes& png, const Bytes
         {"bad-header-checksum.png", badHeader, cannot},
         {"huge.png", hugePNG, "cannot hold 100000 by 100000 pixels"},
         {"start-only.jpg", cut(jpeg, 3), cannot},
-        {"truncated.jpg", cut(jpeg, jpeg.size() / 2), cannot},
+        {"truncated.jpg", cut(jpeg, (find({0xFF, 0xDA}) + jpeg.size()) / 2), cannot}, // half its scan
         {"huge.jpg", hugeJPEG, "cannot hold 65500 by 65500 pixels"},
     };
 }

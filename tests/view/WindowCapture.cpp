@@ -1,5 +1,6 @@
 #include "view/WindowCapture.h"
 
+#include <lumetra/platform/LMBitmap.h>
 #include <lumetra/platform/LMEGLDisplay.h>
 #include <lumetra/platform/LMPicture.h>
 
@@ -48,9 +49,9 @@ WindowCapture WindowCapture::ofWindow(unsigned long window)
 
 uint32_t WindowCapture::pixelAt(int x, int y) const
 {
-    if (x < 0 || y < 0 || x >= width() || y >= height())
+    if (!bitmap_ || x < 0 || y < 0 || x >= bitmap_->pixelsWide() || y >= bitmap_->pixelsHigh())
         return 0xFF000000;
-    const uint8_t* pixel = bitmap_->rowAt(height() - 1 - y) + x * 4;
+    const uint8_t* pixel = bitmap_->rowAt(bitmap_->pixelsHigh() - 1 - y) + x * 4;
     return uint32_t(pixel[0]) << 16 | uint32_t(pixel[1]) << 8 | pixel[2];
 }
 

@@ -1,10 +1,10 @@
 #pragma once
 
-#include <lumetra/platform/LMBitmap.h>
-
 #include <cstdint>
 #include <memory>
 #include <string>
+
+class LMBitmap;
 
 // What the X server shows of a window, read with XGetImage on the process's
 // X11 display once the server has handled every earlier request.
@@ -15,8 +15,6 @@ public:
     // Paints the window with its background, black, behind GL's back.
     static void clearWindow(unsigned long window);
 
-    int width() const { return bitmap_ ? bitmap_->pixelsWide() : 0; }
-    int height() const { return bitmap_ ? bitmap_->pixelsHigh() : 0; }
     // 0xRRGGBB of the pixel (x, y), y counted upwards from the bottom row;
     // 0xFF000000, no colour at all, outside the capture.
     uint32_t pixelAt(int x, int y) const;
