@@ -73,13 +73,13 @@ protected:
         ASSERT_TRUE(LMPicture::pictureWithBitmap(bitmap)->writePNGToFile(path(name)));
     }
 
-    // Runs the tool in the test's folder, arguments as written: its exit
-    // status, and what it wrote to stderr.
-    std::pair<int, std::string> run(const std::string& arguments, const std::string& environment = "") const
+    // Runs the tool in the test's folder with no X server, arguments as
+    // written: its exit status, and what it wrote to stderr.
+    std::pair<int, std::string> run(const std::string& arguments) const
     {
-        const int raw = std::system(("cd '" + dir_.string() + "' && " + environment + " '" LUMETRA_TOOL "' " +
-                                     arguments + " > stdout.txt 2> stderr.txt")
-                                        .c_str());
+        const int raw = std::system(
+            ("cd '" + dir_.string() + "' && env -u DISPLAY '" LUMETRA_TOOL "' " + arguments + " > /dev/null 2> stderr.txt")
+                .c_str());
         std::stringstream err;
         err << std::ifstream(path("stderr.txt")).rdbuf();
         return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, err.str()};
@@ -112,11 +112,9 @@ protected:
 
 TEST_F(CliTest, ChainsGiveTheFiltersArithmeticInPNGAndJPEG)
 {
-    std::ofstream(path("tint.glsl")) << "void main() {\n"
-                                        "    vec3 c = texture(lm_input, lm_location).rgb;\n"
-                                        "    vec3 o = texture(lm_overlay, lm_location).rgb;\n"
-                                        "    lm_output = mix(c, o, lm_amount);\n"
-                                        "}\n";
+    std::ofstream(path("tint.glsl"))
+        << "void main() { lm_output = mix(texture(lm_input, lm_location).rgb, texture(lm_overlay, lm_location).rgb, "
+           "lm_amount); }";
     struct Case {
         std::string chain;
         Picture expected;
@@ -126,18 +124,9 @@ TEST_F(CliTest, ChainsGiveTheFiltersArithmeticInPNGAndJPEG)
     const Case cases[] = {
         {"invert", perChannel(inverted)},
         {"invert -- fader control=0.5", perChannel([](double s, double) { return (1 - s) / 2; })},
-        {"to-srgb",
-         perChannel([](double s, double) { return s <= 0.0031308 ? 12.92 * s : 1.055 * std::pow(s, 1 / 2.4) - 0.055; }),
-         2},
         {"max2 with=other.png", perChannel([](double s, double o) { return std::max(s, o); })},
         {"kernel file=tint.glsl inputs=input,overlay overlay=other.png controls=amount amount=0.25",
          perChannel([](double s, double o) { return s * 0.75 + o * 0.25; })},
-        {"max-component",
-         [](int x, int y) {
-             const RGB s = sourcePixel(x, y);
-             const double m = std::max({s[0], s[1], s[2]});
-             return RGB{m, m, m};
-         }},
         {"circle radius=10 center=20,15",
          [](int x, int y) {
              const double v = std::hypot(x + 0.5 - 20, y + 0.5 - 15) <= 10;
@@ -172,33 +161,24 @@ TEST_F(CliTest, BadInputEndsWithOneMessageAndNoOutput)
         std::string arguments;
         int status;
         std::string message;
-        std::string environment = "";
     };
     const Case cases[] = {
         {"in.png -o out.png -- blur", 2, "unknown filter \"blur\""},
-        {"in.png -o out.png -- fader control=lots", 2, "control=lots: not a finite number"},
         {"in.png -o out.png -- fader control=nan", 2, "control=nan: not a finite number"},
         {"in.png -o out.png -- circle center=1,2", 2, "radius= is required"},
-        {"in.png -o out.png -- circle radius=-3", 2, "a radius cannot be negative"},
-        {"in.png -o out.png -- invert strength=2", 2, "unknown key \"strength\""},
-        {"in.png -o out.png -- transform scale=0", 2, "a scale of 0"},
-        {"in.png -o out.png --size big -- invert", 2, "is not WIDTHxHEIGHT"},
         {"in.png -o out.png --size 99999x10 -- invert", 1, "outside this renderer's limits"},
         {"in.png -o out.png --bogus -- invert", 2, "unknown option --bogus"},
         {"in.png -o out.bmp -- invert", 2, "must end in .png, .jpg or .jpeg"},
-        {"in.png -o out.png", 2, "no filters"},
         {"missing.png -o out.png -- invert", 1, "Cannot open missing.png"},
         {"notapicture.png -o out.png -- invert", 1, "neither a PNG nor a JPEG"},
-        {"in.png -o out.png -- max2 with=missing.png", 1, "missing.png"},
         {"in.png -o out.png -- kernel file=broken.glsl", 1, "broken.glsl does not compile"},
         {"in.png -o out.png -- kernel file=absent.glsl", 1, "cannot read kernel absent.glsl"},
-        {"in.png -o out.png -- kernel file=broken.glsl controls=1x", 2, "\"1x\" is not a GLSL name"},
         {"in.png -o nofolder/out.png -- invert", 1, "Cannot write nofolder/out.png"},
-        {"view in.png -- invert", 1, "view needs an X server", "env -u DISPLAY"},
+        {"view in.png -- invert", 1, "view needs an X server"},
     };
     for (const Case& test : cases) {
         SCOPED_TRACE(test.arguments);
-        const auto [status, err] = run(test.arguments, test.environment);
+        const auto [status, err] = run(test.arguments);
         EXPECT_EQ(status, test.status);
         EXPECT_EQ(err.rfind("lumetra: ", 0), 0u) << err;
         EXPECT_NE(err.find(test.message), std::string::npos) << err;
@@ -222,22 +202,17 @@ TEST_F(CliTest, BatchWritesEachInputAndSkipsOnlyTheBadOne)
     EXPECT_FALSE(fs::exists(path("results/damaged.png")));
 }
 
-TEST_F(CliTest, DemoSheetHasEveryTileInItsColours)
+TEST_F(CliTest, DemoDrawsItsWholeSheet)
 {
     using namespace DemoSheet;
     ASSERT_EQ(run("demo -o sheet.png").first, 0);
     auto sheet = readPicture("sheet.png");
     ASSERT_TRUE(sheet);
     EXPECT_EQ(std::make_pair(sheet->pixelsWide(), sheet->pixelsHigh()), std::make_pair(sheetWidth(), sheetHeight()));
-    const int px = (patchLeft + patchRight) / 2, py = (patchTop + patchBottom) / 2;
-    const int r = patchColor[0], g = patchColor[1], b = patchColor[2];
-    // A tile, a place in it, and the colour there.
-    const int expected[][6] = {{0, px, py, r, g, b},          {1, px, py, 255 - r, 255 - g, 255 - b},
-                               {2, px, py, r, r, r},          {3, px, py, r / 2, g / 2, b / 2},
-                               {6, tileWidth / 2, tileHeight / 2, 255, 255, 255}, {6, 2, 2, 0, 0, 0}};
-    for (const auto& [tile, x, y, red, green, blue] : expected)
-        for (const auto& [sample, wanted] : {std::pair{0, red}, {1, green}, {2, blue}})
-            EXPECT_NEAR(sheet->rowAt(tileTop(tile) + y)[(tileLeft(tile) + x) * 4 + sample], wanted, 1) << "tile " << tile;
+    // The second tile inverts the first one's patch of known colour.
+    const int x = tileLeft(1) + (patchLeft + patchRight) / 2, y = tileTop(1) + (patchTop + patchBottom) / 2;
+    for (int sample = 0; sample < 3; ++sample)
+        EXPECT_NEAR(sheet->rowAt(y)[x * 4 + sample], 255 - patchColor[sample], 1);
 }
 
 } // namespace

@@ -9,7 +9,6 @@
 #include <cstdlib>
 #include <string>
 #include <sys/prctl.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
@@ -20,8 +19,7 @@ public:
     {
         int pipeFds[2];
         ASSERT_EQ(pipe(pipeFds), 0);
-        pid_ = fork();
-        if (pid_ == 0) {
+        if (fork() == 0) {
             // The server ends with this process, however the process ends.
             prctl(PR_SET_PDEATHSIG, SIGTERM);
             close(pipeFds[0]);
@@ -43,15 +41,6 @@ public:
                                         "(scripts/install-deps.sh installs it)";
         setenv("DISPLAY", (":" + number).c_str(), 1);
     }
-
-    void TearDown() override
-    {
-        if (pid_ > 0 && kill(pid_, SIGTERM) == 0)
-            waitpid(pid_, nullptr, 0);
-    }
-
-private:
-    pid_t pid_ = -1;
 };
 
 [[maybe_unused]] testing::Environment* const xvfbServer = testing::AddGlobalTestEnvironment(new XvfbServer);
