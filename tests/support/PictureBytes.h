@@ -35,6 +35,9 @@ struct DamagedPicture {
 inline std::vector<DamagedPicture> damagedPictures(const Bytes& png, const Bytes& jpeg)
 {
     const auto cut = [](const Bytes& file, size_t length) { return Bytes(file.begin(), file.begin() + long(length)); };
+    const auto find = [](const Bytes& file, const Bytes& marker) {
+        return size_t(std::search(file.begin(), file.end(), marker.begin(), marker.end()) - file.begin());
+    };
     const auto put = [](Bytes& file, size_t at, uint32_t value, int length) {
         for (int i = 0; i < length; ++i)
             file[at + size_t(i)] = uint8_t(value >> (8 * (length - 1 - i)));
@@ -52,21 +55,18 @@ inline std::vector<DamagedPicture> damagedPictures(const Bytes& png, const Bytes
     }
     put(hugePNG, 29, ~crc, 4);
     // ...and 65500 by 65500 in the JPEG's frame header.
-    const auto find = [&](const Bytes& marker) {
-        return size_t(std::search(jpeg.begin(), jpeg.end(), marker.begin(), marker.end()) - jpeg.begin());
-    };
-    put(hugeJPEG, find({0xFF, 0xC0}) + 5, 65500u << 16 | 65500u, 4);
+    put(hugeJPEG, find(jpeg, {0xFF, 0xC0}) + 5, 65500u << 16 | 65500u, 4);
     const std::string cannot = "LMPicture: Cannot read ", early = "the file ends early";
     return {
         {"empty.png", {}, "is neither a PNG nor a JPEG file"},
         {"text.png", {'n', 'o', 't', ' ', 'a', ' ', 'p', 'n', 'g'}, "is neither a PNG nor a JPEG file"},
         {"header-only.png", cut(png, 33), early},
-        {"truncated.png", cut(png, png.size() / 2), early},
+        {"truncated.png", cut(png, find(png, {'I', 'D', 'A', 'T'}) + 6), early}, // two bytes into its pixels
         {"without-its-end.png", cut(png, png.size() - 12), early},
         {"bad-header-checksum.png", badHeader, cannot},
         {"huge.png", hugePNG, "cannot hold 100000 by 100000 pixels"},
         {"start-only.jpg", cut(jpeg, 3), cannot},
-        {"truncated.jpg", cut(jpeg, (find({0xFF, 0xDA}) + jpeg.size()) / 2), cannot}, // half its scan
+        {"truncated.jpg", cut(jpeg, find(jpeg, {0xFF, 0xDA}) + 16), cannot}, // two bytes into its scan
         {"huge.jpg", hugeJPEG, "cannot hold 65500 by 65500 pixels"},
     };
 }

@@ -26,15 +26,10 @@ using Picture = std::function<RGB(int, int)>;
 
 constexpr int width = 64, height = 48;
 
-RGB sourcePixel(int x, int y)
-{
-    return {(x * 4 % 256) / 255.0, (y * 5 % 256) / 255.0, 128 / 255.0};
-}
-
-RGB otherPixel(int x, int y)
-{
-    return {((x + y) % 2) * 200 / 255.0, 100 / 255.0, (x * 3 % 256) / 255.0};
-}
+const Picture sourcePixel = [](int x, int y) { return RGB{(x * 4 % 256) / 255.0, (y * 5 % 256) / 255.0, 128 / 255.0}; };
+const Picture otherPixel = [](int x, int y) {
+    return RGB{((x + y) % 2) * 200 / 255.0, 100 / 255.0, (x * 3 % 256) / 255.0};
+};
 
 // `f` of each channel of the pictures `a` and `b` at a pixel.
 Picture perChannel(double (*f)(double, double), Picture a = sourcePixel, Picture b = otherPixel)
@@ -45,10 +40,7 @@ Picture perChannel(double (*f)(double, double), Picture a = sourcePixel, Picture
     };
 }
 
-double inverted(double c, double)
-{
-    return 1 - c;
-}
+const auto inverted = [](double c, double) { return 1 - c; };
 
 class CliTest : public ::testing::Test {
 protected:
