@@ -26,8 +26,7 @@ std::string describe(const std::shared_ptr<LMContext>& context)
 
 } // namespace
 
-// Flips and scale modes changed without a change of size are the adapter's
-// test below; it draws through this filter.
+// Flips are the adapter's test below; it draws through this filter.
 TEST(TextureAdapterFilter, DrawsAfreshInOneContextByItsScalerAndTextureSize)
 {
     auto context = LMContext::contextWithDimensions({200, 200});
@@ -56,7 +55,10 @@ TEST(TextureAdapterFilter, DrawsAfreshInOneContextByItsScalerAndTextureSize)
     }
     EXPECT_EQ(pixelAt(filter->drawWithContext(context), 60, 2), red);
     EXPECT_EQ(filter->vaoState()->ourVAO(), quad) << "nothing changed: the quad is kept";
-    // Half the texture's width: only its left half fills the square image.
+    // A new scaler reshapes the quad although no size has changed.
+    filter->setScaler(std::make_shared<LMScalerStretch>());
+    EXPECT_EQ(pixelAt(filter->drawWithContext(context), 2, 2), magenta);
+    // Half the texture's width: only its left half is stretched over the image.
     filter->setTextureSize({50, 50});
     EXPECT_EQ(pixelAt(filter->drawWithContext(context), 198, 198), blue);
 

@@ -25,8 +25,9 @@ struct PNGFormat {
     int colorType, depth, interlace = PNG_INTERLACE_NONE;
 };
 
-// `expected` written by libpng itself in that format; a 16-bit sample
-// repeats its byte, so it rounds back to that byte exactly.
+// `expected` written by libpng itself in that format. A 16-bit sample is
+// 100 / 257 short of its byte: it rounds to the byte, and its high byte
+// alone is one less for bytes under 100.
 std::string writePNG(const PNGFormat& format)
 {
     const std::string path = scratchPath(format.channels + std::to_string(format.depth) + ".png");
@@ -36,10 +37,13 @@ std::string writePNG(const PNGFormat& format)
         for (const Pixel& p : expected[y]) {
             palette.push_back({p[0], p[1], p[2]});
             alphas.push_back(p[3]);
-            for (char channel : format.channels)
-                rows[y].insert(rows[y].end(), size_t(format.depth / 8),
-                               channel == 'p' ? uint8_t(palette.size() - 1)
-                                              : p[std::string("rgba").find(channel == 'y' ? 'r' : channel)]);
+            for (char channel : format.channels) {
+                const unsigned sample = channel == 'p' ? palette.size() - 1
+                                                       : p[std::string("rgba").find(channel == 'y' ? 'r' : channel)];
+                if (format.depth == 16)
+                    rows[y].push_back(uint8_t(sample ? (sample * 257 - 100) >> 8 : 0));
+                rows[y].push_back(uint8_t(format.depth == 16 && sample ? sample * 257 - 100 : sample));
+            }
         }
     std::FILE* file = std::fopen(path.c_str(), "wb");
     png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);

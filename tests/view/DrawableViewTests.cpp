@@ -66,33 +66,39 @@ TEST_F(DrawableView, EncodesToSRGBWhenAskedAndSettingAContextAgainRedoesTheWhole
     LogCapture log;
     // Also the first frame after the window grew, at the size the set-up
     // already had: the GL context must see the window's new size.
-    auto image = LMColor::colorWithRed(0.001, 1.0, 0.4)->drawWithContext(context);
+    // Red just under the end of the formula's linear part, blue in its curve.
+    auto image = LMColor::colorWithRed(0.0031, 1.0, 0.4)->drawWithContext(context);
+    const auto expectShown = [&](double red, double blue) {
+        const uint32_t shown = shownAt(10, 10);
+        EXPECT_NEAR(shown >> 16, red * 255, 0.5);
+        EXPECT_EQ(shown >> 8 & 0xFF, 255u);
+        EXPECT_NEAR(shown & 0xFF, blue * 255, 0.5);
+    };
     view->setInput(image);
-    EXPECT_EQ(shownAt(10, 10), 0x00FF66u) << "0.4 is 102 of 255";
+    expectShown(0.0031, 0.4);
     view->setShouldConvertToSRGB(true);
     view->setInput(image);
-    const uint32_t encoded = shownAt(10, 10);
-    EXPECT_NEAR(encoded >> 16, 0.001 * 12.92 * 255, 1.0);
-    EXPECT_EQ(encoded >> 8 & 0xFF, 255u);
-    EXPECT_NEAR(encoded & 0xFF, (std::pow(0.4, 0.4167) * 1.055 - 0.055) * 255, 1.0);
+    expectShown(0.0031 * 12.92, std::pow(0.4, 0.4167) * 1.055 - 0.055);
 
     // A new set-up, with the switch as it was. The image has the size the
     // set-up uploads, so nothing is uploaded again: the new vertex array must
     // point at the quad anyway.
+    const uint32_t encoded = shownAt(10, 10);
     auto firstGLContext = view->openGLContext();
     view->setContext(context);
     EXPECT_NE(view->openGLContext(), firstGLContext);
+    WindowCapture::clearWindow(view->x11Window());
     view->setInput(image);
     EXPECT_EQ(shownAt(10, 10), encoded);
     view->setShouldConvertToSRGB(false);
     view->setInput(image);
-    EXPECT_EQ(shownAt(10, 10), 0x00FF66u) << "a rebuilt program reads the quad the first one was set up for";
+    expectShown(0.0031, 0.4); // a rebuilt program reads the quad the first one was set up for
 
     view->setContext(other);
     view->setInput(image);
     EXPECT_EQ(log.lines(), (std::vector<std::string>{
                                "LMDrawableView: The input image is not an image of the view's context; not drawing it"}));
-    EXPECT_EQ(shownAt(10, 10), 0x00FF66u) << "an image of another context is not drawn";
+    expectShown(0.0031, 0.4); // an image of another context is not drawn
 }
 
 TEST(DrawableViewWithoutContext, DoesNothingUntilItHasOneAndNeverFailsToResize)
