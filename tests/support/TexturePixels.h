@@ -21,6 +21,14 @@ inline Pixel pixelAt(const std::shared_ptr<LMImage>& image, int x, int y)
     return {byte(color.red), byte(color.green), byte(color.blue), byte(color.alpha)};
 }
 
+// A pixel of a bitmap, its rows counted from the top.
+inline Pixel bitmapPixel(const LMBitmap& bitmap, int x, int yFromTop)
+{
+    Pixel pixel;
+    std::memcpy(pixel.data(), bitmap.rowAt(yFromTop) + x * 4, 4);
+    return pixel;
+}
+
 // A texture of the context whose texel (x, y), counted from the bottom row,
 // is colourAt(x, y); sampled nearest, so every texel reads exactly.
 template <class ColourAt>
@@ -39,14 +47,6 @@ GLuint makeTexture(LMContext& context, int width, int height, ColourAt colourAt,
         glTexImage2D(target, 0, GL_RGBA8, width, height, 0, GL_RGBA, GL_UNSIGNED_BYTE, texels.data());
     });
     return texture;
-}
-
-// A pixel of a bitmap, its rows counted from the top.
-inline Pixel bitmapPixel(const LMBitmap& bitmap, int x, int yFromTop)
-{
-    Pixel pixel;
-    std::memcpy(pixel.data(), bitmap.rowAt(yFromTop) + x * 4, 4);
-    return pixel;
 }
 
 inline void deleteTexture(LMContext& context, GLuint texture)

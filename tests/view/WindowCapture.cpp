@@ -36,30 +36,26 @@ WindowCapture WindowCapture::ofWindow(unsigned long window)
     XImage* image = XGetImage(x11, window, 0, 0, attributes.width, attributes.height, AllPlanes, ZPixmap);
     if (!image)
         return capture;
-    capture.width_ = attributes.width;
-    capture.height_ = attributes.height;
-    for (int y = 0; y < capture.height_; ++y)
-        for (int x = 0; x < capture.width_; ++x)
-            capture.pixels_.push_back(static_cast<uint32_t>(XGetPixel(image, x, y) & 0xFFFFFF));
+    capture.bitmap_ = newBIR(attributes.width, attributes.height);
+    for (int y = 0; y < attributes.height; ++y)
+        for (int x = 0; x < attributes.width; ++x) {
+            const unsigned long shown = XGetPixel(image, x, y);
+            uint8_t* pixel = capture.bitmap_->rowAt(y) + x * 4;
+            pixel[0] = uint8_t(shown >> 16), pixel[1] = uint8_t(shown >> 8), pixel[2] = uint8_t(shown), pixel[3] = 255;
+        }
     XDestroyImage(image);
     return capture;
 }
 
+uint32_t WindowCapture::pixelAt(int x, int y) const
+{
+    if (!bitmap_ || x < 0 || y < 0 || x >= bitmap_->pixelsWide() || y >= bitmap_->pixelsHigh())
+        return 0xFF000000;
+    const uint8_t* pixel = bitmap_->rowAt(bitmap_->pixelsHigh() - 1 - y) + x * 4;
+    return uint32_t(pixel[0]) << 16 | uint32_t(pixel[1]) << 8 | pixel[2];
+}
+
 bool WindowCapture::writePNG(const std::string& path) const
 {
-    std::shared_ptr<LMBitmap> bitmap = newBIR(width_, height_);
-    if (!bitmap)
-        return false;
-    for (int y = 0; y < height_; ++y) {
-        uint8_t* row = bitmap->rowAt(y);
-        for (int x = 0; x < width_; ++x) {
-            const uint32_t p = pixels_[static_cast<size_t>(y * width_ + x)];
-            uint8_t* pixel = row + x * 4;
-            pixel[0] = static_cast<uint8_t>(p >> 16);
-            pixel[1] = static_cast<uint8_t>(p >> 8);
-            pixel[2] = static_cast<uint8_t>(p);
-            pixel[3] = 255;
-        }
-    }
-    return LMPicture::pictureWithBitmap(bitmap)->writePNGToFile(path);
+    return bitmap_ && LMPicture::pictureWithBitmap(bitmap_)->writePNGToFile(path);
 }

@@ -7,10 +7,8 @@
 
 #include <csignal>
 #include <cstdlib>
-#include <poll.h>
 #include <string>
 #include <sys/prctl.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
@@ -21,43 +19,28 @@ public:
     {
         int pipeFds[2];
         ASSERT_EQ(pipe(pipeFds), 0);
-        pid_ = fork();
-        ASSERT_GE(pid_, 0);
-        if (pid_ == 0) {
+        if (fork() == 0) {
             // The server ends with this process, however the process ends.
             prctl(PR_SET_PDEATHSIG, SIGTERM);
             close(pipeFds[0]);
-            if (!std::getenv("LUMETRA_XVFB_VERBOSE")) {
-                freopen("/dev/null", "w", stdout);
-                freopen("/dev/null", "w", stderr);
-            }
-            const std::string fd = std::to_string(pipeFds[1]);
-            execlp("Xvfb", "Xvfb", "-displayfd", fd.c_str(), "-screen", "0", "1024x768x24", "-nolisten", "tcp",
-                   static_cast<char*>(nullptr));
+            if (!std::getenv("LUMETRA_XVFB_VERBOSE"))
+                freopen("/dev/null", "w", stdout), freopen("/dev/null", "w", stderr);
+            execlp("Xvfb", "Xvfb", "-displayfd", std::to_string(pipeFds[1]).c_str(), "-screen", "0", "1024x768x24",
+                   "-nolisten", "tcp", static_cast<char*>(nullptr));
             _exit(127);
         }
         close(pipeFds[1]);
+        // Blocks until Xvfb writes its number and a newline (the pipe must stay
+        // open until then); a server that fails to start, or a failed fork,
+        // leaves the pipe with no writer.
         std::string number;
-        pollfd ready{pipeFds[0], POLLIN, 0};
-        char c = 0;
-        while (poll(&ready, 1, 20000) > 0 && read(pipeFds[0], &c, 1) == 1 && c != '\n')
+        for (char c = 0; read(pipeFds[0], &c, 1) == 1 && c != '\n';)
             number += c;
         close(pipeFds[0]);
         ASSERT_FALSE(number.empty()) << "Xvfb did not start: these tests need the Debian package xvfb "
                                         "(scripts/install-deps.sh installs it)";
         setenv("DISPLAY", (":" + number).c_str(), 1);
     }
-
-    void TearDown() override
-    {
-        if (pid_ <= 0)
-            return;
-        kill(pid_, SIGTERM);
-        waitpid(pid_, nullptr, 0);
-    }
-
-private:
-    pid_t pid_ = -1;
 };
 
 [[maybe_unused]] testing::Environment* const xvfbServer = testing::AddGlobalTestEnvironment(new XvfbServer);
