@@ -331,8 +331,9 @@ TEST_F(BadInputs, ContextOperationsRefuseWhatTheyCannotUse)
                  LMColor::redColor(), LMPassthrough::passthrough(), LMOpenGLTextureAdapter::adapterWithContext(context),
                  LMFilterInvert::filter(), LMImageAccumulator::accumulatorWithContext(context),
                  LMFilterOpenGLTextureAdapter::filterWithContext(context)})
-            if (auto image = node->drawWithContext(nullptr))
+            if (auto image = node->drawWithContext(nullptr)) {
                 EXPECT_FALSE(image->target());
+            }
         EXPECT_EQ(halvesPicture()->glTextureWithContext(nullptr), 0u);
         EXPECT_EQ(halvesPicture()->lumetraImageWithContext(nullptr), nullptr);
         EXPECT_EQ(LMPicture::imageWithLMImage(nullptr), nullptr);
