@@ -261,6 +261,12 @@ std::shared_ptr<LMProgram> LMContext::getProgramWithName(std::string_view name) 
 
 std::shared_ptr<LMProgram> LMContext::createProgramWithName(const std::string& name, const char* fragmentShaderSource)
 {
+    return createProgramWithName(name, fragmentShaderSource, name);
+}
+
+std::shared_ptr<LMProgram> LMContext::createProgramWithName(const std::string& name, const char* fragmentShaderSource,
+                                                            const std::string& nameForLogs)
+{
     if (auto cached = getProgramWithName(name))
         return cached;
     if (!openGLContext_)
@@ -270,7 +276,7 @@ std::shared_ptr<LMProgram> LMContext::createProgramWithName(const std::string& n
     bindToSharedVAO();
     std::shared_ptr<LMProgram> program;
     glQueue_->dispatchSyncToQueue(
-        [&] { program = std::make_shared<LMProgram>(name, sharedVertexShader_, fragmentShaderSource); });
+        [&] { program = std::make_shared<LMProgram>(nameForLogs, sharedVertexShader_, fragmentShaderSource); });
     programCache_.emplace(name, program);
     return program;
 }

@@ -84,6 +84,10 @@ public:
     // logged and the program is cached all the same. Null only when the
     // context has no GL context.
     std::shared_ptr<LMProgram> createProgramWithName(const std::string& name, const char* fragmentShaderSource);
+    // Cached under `key`; its compile and link failures are logged under
+    // `nameForLogs` (a filter class whose printed name another class shares).
+    std::shared_ptr<LMProgram> createProgramWithName(const std::string& key, const char* fragmentShaderSource,
+                                                     const std::string& nameForLogs);
     std::shared_ptr<LMProgram> getProgramWithName(std::string_view name) const;
 
     const std::shared_ptr<LMRenderTargetPool>& renderTargetPool() const { return renderTargetPool_; }
@@ -92,6 +96,8 @@ public:
 
     // Null when the GL context could not be created.
     std::shared_ptr<LMOpenGLContext> openGLContext() const { return openGLContext_; }
+    // False when the GL context could not be made: every operation is a no-op.
+    bool hasOpenGLContext() const { return openGLContext_ != nullptr; }
     std::shared_ptr<LMOpenGLPixelFormat> openGLPixelFormat() const { return pixelFormat_; }
     std::shared_ptr<LMOpenGLPixelFormat> pixelFormat() const { return pixelFormat_; }
     VarnelDispatch& glQueue() { return *glQueue_; }

@@ -2,16 +2,22 @@
 
 #include "lumetra/context/LMContext.h"
 #include "lumetra/graph/LMCycleGuard.h"
+#include "lumetra/graph/LMGraphDepth.h"
+#include "lumetra/graph/LMReleaseLater.h"
 #include "lumetra/graph/LMScalerStretch.h"
 #include "lumetra/nodes/LMColor.h"
 #include "lumetra/nodes/LMFilterProxy.h"
 #include "lumetra/nodes/LMProxyCallScope.h"
 #include "lumetra/platform/LMLog.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <cstdlib>
 #include <cxxabi.h>
+#include <map>
+#include <mutex>
+#include <typeindex>
 #include <typeinfo>
 #include <utility>
 
@@ -23,13 +29,21 @@ bool isCompatibleDrawable(const std::shared_ptr<LMDrawable>& drawable, const LMC
     return !image || image->dimensions() == context.dimensions();
 }
 
-std::string demangledName(const std::type_info& type)
+// The classes seen so far under each printed name, in the order first seen.
+// Process-wide, because a context's programs are shared by every filter of
+// the process; looked up only when a filter loads its program.
+std::string uniqueProgramKey(const std::string& name, std::type_index type)
 {
-    int status = 0;
-    char* demangled = abi::__cxa_demangle(type.name(), nullptr, nullptr, &status);
-    std::string name = status == 0 && demangled ? demangled : type.name();
-    std::free(demangled);
-    return name;
+    static std::mutex mutex;
+    static std::map<std::string, std::vector<std::type_index>, std::less<>> classesByName;
+    std::lock_guard<std::mutex> lock(mutex);
+    std::vector<std::type_index>& classes = classesByName[name];
+    size_t index = 0;
+    while (index < classes.size() && classes[index] != type)
+        ++index;
+    if (index == classes.size())
+        classes.push_back(type);
+    return index == 0 ? name : name + "#" + std::to_string(index + 1);
 }
 
 } // namespace
@@ -48,6 +62,24 @@ LMFilter::LMFilter()
 LMFilter::~LMFilter()
 {
     releaseQuadState();
+    // The nodes this filter held go one at a time, not each inside the
+    // destructor of the one before: a long chain would overflow the stack.
+    for (auto& [key, value] : properties_) {
+        if (value.isDrawable()) {
+            std::shared_ptr<const void> node = value.drawable();
+            value = LMValue();
+            LMReleaseLater(std::move(node));
+        }
+    }
+}
+
+std::string LMFilter::nameOfType(const std::type_info& type)
+{
+    int status = 0;
+    char* demangled = abi::__cxa_demangle(type.name(), nullptr, nullptr, &status);
+    std::string name = status == 0 && demangled ? demangled : type.name();
+    std::free(demangled);
+    return name;
 }
 
 // Hooks
@@ -85,7 +117,12 @@ bool LMFilter::automaticallyCreatesTargetDimensionsUniform() const
 std::string LMFilter::className() const
 {
     // The dynamic type, so that no subclass has to spell its own name.
-    return demangledName(typeid(*this));
+    return nameOfType(typeid(*this));
+}
+
+std::string LMFilter::programKey() const
+{
+    return uniqueProgramKey(className(), std::type_index(typeid(*this)));
 }
 
 void LMFilter::init()
@@ -147,13 +184,23 @@ void LMFilter::setValueForKey(LMValue value, std::string_view key)
 {
     if (const LMFilterProxy* proxy = LMProxyCallScope::claim(this))
         markTargetIfSelectorIsWatchedMethod(this, "setValue:forKey:", proxy->watchedMethods());
+    if (!isDeclaredKey(key) && properties_.find(key) == properties_.end())
+        reportUnknownKey(key);
     storeProperty(key, std::move(value));
 }
 
 void LMFilter::setProperty(std::string_view key, LMValue value)
 {
-    if (const LMFilterProxy* proxy = LMProxyCallScope::claim(this))
-        markTargetIfSelectorIsWatchedMethod(this, LMFilterProxy::setterNameForProperty(key), proxy->watchedMethods());
+    // The handle cannot say which member it reached; the first watched key
+    // that the call stores names it (a setter that first stores a counter or
+    // a derived value is still a setter of its control).
+    if (const LMFilterProxy* proxy = LMProxyCallScope::undecided(this)) {
+        const std::string setter = LMFilterProxy::setterNameForProperty(key);
+        if (isWatchedSetter(setter, proxy->watchedMethods())) {
+            LMProxyCallScope::claim(this);
+            markTargetIfSelectorIsWatchedMethod(this, setter, proxy->watchedMethods());
+        }
+    }
     storeProperty(key, std::move(value));
 }
 
@@ -170,6 +217,48 @@ void LMFilter::storeProperty(std::string_view key, LMValue value)
         existing->second = std::move(value);
     else
         properties_.emplace(std::string(key), std::move(value));
+}
+
+bool LMFilter::isDeclaredKey(std::string_view key) const
+{
+    for (const std::string& name : inputNames_) {
+        if (name == key)
+            return true;
+    }
+    for (const std::string& name : controlNames_) {
+        if (name == key)
+            return true;
+    }
+    for (const auto& uniform : otherUniforms_) {
+        if (uniform && uniform->name() == key)
+            return true;
+    }
+    return false;
+}
+
+void LMFilter::reportUnknownKey(std::string_view key)
+{
+    // Its own entry in the once-per-key table, apart from the kinds of value.
+    auto [entry, first] = reportedKeys_.emplace("setValueForKey " + std::string(key), true);
+    if (!first)
+        return;
+    std::string known;
+    for (const auto& [name, value] : properties_)
+        known.append(known.empty() ? "" : ", ").append(name);
+    auto addDeclared = [&](const std::string& name) {
+        if (properties_.find(name) == properties_.end())
+            known.append(known.empty() ? "" : ", ").append(name);
+    };
+    for (const std::string& name : inputNames_)
+        addDeclared(name);
+    for (const std::string& name : controlNames_)
+        addDeclared(name);
+    for (const auto& uniform : otherUniforms_) {
+        if (uniform)
+            addDeclared(uniform->name());
+    }
+    LMLog("%s: No input, control or uniform is named %.*s; it is stored, but the filter knows only: %s",
+          className().c_str(), static_cast<int>(key.size()), key.data(), known.empty() ? "(nothing)" : known.c_str());
 }
 
 void LMFilter::reportWrongKind(std::string_view key, const LMValue& value, const char* wanted) const
@@ -250,12 +339,21 @@ void LMFilter::preloadWithContext(const std::shared_ptr<LMContext>& context)
     if (!program_.expired() && programContext_.lock() == context)
         return;
 
-    const std::string name = className();
-    std::shared_ptr<LMProgram> program = context->getProgramWithName(name);
+    const std::string key = programKey();
+    std::shared_ptr<LMProgram> program = context->getProgramWithName(key);
     if (!program)
-        program = context->createProgramWithName(name, preprocessedFragmentShaderSource().c_str());
+        program = context->createProgramWithName(key, preprocessedFragmentShaderSource().c_str(), className());
     program_ = program;
     programContext_ = context;
+}
+
+bool LMFilter::programIsUsableWithContext(const std::shared_ptr<LMContext>& context)
+{
+    if (!context)
+        return false;
+    context->executeOpenGL([&] { preloadWithContext(context); });
+    const std::shared_ptr<LMProgram> program = program_.lock();
+    return program && programContext_.lock() == context && program->isLinked();
 }
 
 // Drawing
@@ -270,7 +368,9 @@ std::shared_ptr<LMImage> LMFilter::drawWithContext(const std::shared_ptr<LMConte
     // Drawing through the handle is not a setter: whatever the draw stores
     // on the filter marks nothing.
     LMProxyCallScope::claim(this);
-    if (!context)
+    // A context whose GL context could not be made draws nothing, inputs
+    // included.
+    if (!context || !context->hasOpenGLContext())
         return nullptr;
     // Met again inside its own draw, the filter is its own input: there it
     // reads as black, and the draw where the cycle closes gives black.
@@ -280,17 +380,24 @@ std::shared_ptr<LMImage> LMFilter::drawWithContext(const std::shared_ptr<LMConte
     }
     if (validCachedOutputForContext(context))
         return cachedOutput_;
+    // An input's draw may run host code that lets go of this filter's last
+    // owner; it lives until its own draw is done.
+    const std::shared_ptr<LMFilter> keepAlive = weak_from_this().lock();
+    const LMGraphDepth depth;
+    if (depth.tooDeep()) {
+        if (!std::exchange(reportedDepth_, true))
+            LMLog("LMFilter: The graph is more than %d nodes deep at %s; drawing black", LMGraphDepth::maximumDepth,
+                  description().c_str());
+        // Not cached: drawn from nearer the root, the filter draws properly.
+        return LMColor::blackColor()->drawWithContext(context);
+    }
 
-    // The whole render is one trip to the GL queue; its steps, the inputs'
-    // draws among them, run there at once as nested submissions.
+    // Loading the program is part of the render's one trip to the queue.
     std::shared_ptr<LMImage> output;
     {
         LMCycleGuard guard(drawing_);
         cycleMet_ = false;
-        context->executeOpenGL([&] {
-            preloadWithContext(context);
-            output = applyProgramWithContext(context);
-        });
+        output = applyProgramWithContext(context);
     }
     if (cycleMet_) {
         if (!std::exchange(reportedCycle_, true))
@@ -320,9 +427,11 @@ void LMFilter::setCachedOutput(std::shared_ptr<LMImage> output)
 
 void LMFilter::drawInputsWithContext(const std::shared_ptr<LMContext>& context)
 {
-    inputValues_.resize(inputNames_.size());
-    for (size_t i = 0; i < inputNames_.size(); ++i) {
-        std::shared_ptr<LMDrawable> input = drawableProperty(inputNames_[i]);
+    // Filled aside and stored at the end: an input's draw may run host code
+    // that changes this filter's input names.
+    std::vector<std::shared_ptr<LMImage>> values(inputNames_.size());
+    for (size_t i = 0; i < values.size() && i < inputNames_.size(); ++i) {
+        const std::shared_ptr<LMDrawable> input = drawableProperty(inputNames_[i]);
         std::shared_ptr<LMImage> image;
         if (input && !isCompatibleDrawable(input, *context))
             reportOnce(inputNames_[i], "is an image of another size");
@@ -336,8 +445,9 @@ void LMFilter::drawInputsWithContext(const std::shared_ptr<LMContext>& context)
         }
         // A missing input, one that drew nothing and one refused above read
         // as black: an unbound texture unit would sample what it held before.
-        inputValues_[i] = image ? image : LMColor::blackColor()->drawWithContext(context);
+        values[i] = image ? image : LMColor::blackColor()->drawWithContext(context);
     }
+    inputValues_ = std::move(values);
 }
 
 std::shared_ptr<LMImage> LMFilter::inputValueForName(std::string_view name) const
@@ -394,8 +504,23 @@ std::shared_ptr<LMImage> LMFilter::applyProgramWithContext(const std::shared_ptr
     lastUsedContext_ = context;
     const LMSize outputSize = outputSizeForContext(*context);
 
-    // Inputs draw first, so that their own draws may bind what they like.
+    // Inputs draw first, on the calling thread: an input may be a host's own
+    // node, which must run where the host called (it may hold the host's
+    // locks). Their draws may bind what they like.
     drawInputsWithContext(context);
+
+    // The filter's own steps are one trip to the GL queue; each step's own
+    // submission runs there at once.
+    std::shared_ptr<LMImage> output;
+    context->executeOpenGL([&] {
+        preloadWithContext(context);
+        output = renderWithContext(context, outputSize);
+    });
+    return output;
+}
+
+std::shared_ptr<LMImage> LMFilter::renderWithContext(const std::shared_ptr<LMContext>& context, LMSize outputSize)
+{
     updateVAOIfNeededForContext(context);
 
     std::shared_ptr<LMProgram> program = program_.lock();
@@ -430,8 +555,10 @@ void LMFilter::uploadUniforms(LMContext& context, LMProgram& program, LMSize out
 {
     const std::shared_ptr<LMContext> owner = context.shared_from_this();
     context.executeOpenGLNoContextSwitch([&] {
-        // The n-th input always uses texture unit n - 1, drawn or not.
-        for (size_t unit = 0; unit < inputNames_.size(); ++unit) {
+        // The n-th input always uses texture unit n - 1, drawn or not. The
+        // names may have changed during the inputs' draws.
+        const size_t inputs = std::min(inputValues_.size(), inputUniformNames_.size());
+        for (size_t unit = 0; unit < inputs; ++unit) {
             const std::shared_ptr<LMImage>& image = inputValues_[unit];
             if (!image)
                 continue;
@@ -476,11 +603,13 @@ void LMFilter::uploadUniforms(LMContext& context, LMProgram& program, LMSize out
 
 bool LMFilter::updateNeedsRedraw()
 {
-    if (askingInputs_)
+    const LMGraphDepth depth;
+    if (askingInputs_ || depth.tooDeep())
         return needsRedraw_;
     LMCycleGuard guard(askingInputs_);
-    for (const std::string& name : inputNames_) {
-        std::shared_ptr<LMDrawable> input = drawableProperty(name);
+    // By index: a host's node asked here may change the input names.
+    for (size_t i = 0; i < inputNames_.size(); ++i) {
+        const std::shared_ptr<LMDrawable> input = drawableProperty(inputNames_[i]);
         if (auto* caching = dynamic_cast<LMDrawableCaching*>(input.get())) {
             if (caching->updateNeedsRedraw())
                 needsRedraw_ = true;

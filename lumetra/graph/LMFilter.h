@@ -13,6 +13,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <typeinfo>
 #include <unordered_map>
 #include <vector>
 
@@ -33,7 +34,13 @@ bool isCompatible(const LMValue& value, const std::shared_ptr<LMContext>& contex
 //
 // Inputs, controls and uniform values live in one property store read and
 // written by name; typed accessors are views of it. Hosts make filters with
-// the class constructors of LMFilterClass, which wrap them in their proxy.
+// the class constructors of LMFilterClass, which wrap them in their proxy;
+// no other way of making one compiles (see LMFilterClass).
+//
+// Threads: a filter, like every node, is used by one thread at a time. Its
+// draw pulls its inputs on the calling thread (a host's own node runs where
+// the host called) and does its own GL work in one block on the context's
+// GL queue.
 class LMFilter : public LMDrawableCaching, public std::enable_shared_from_this<LMFilter> {
 public:
     ~LMFilter() override;
@@ -49,8 +56,13 @@ public:
     virtual std::vector<std::shared_ptr<LMUniform>> otherUniforms() const;
     virtual bool automaticallyCreatesContextDimensionsUniform() const;
     virtual bool automaticallyCreatesTargetDimensionsUniform() const;
-    // The name of the filter's class: its programs' name in every context.
+    // The name of the filter's class, for its programs and its log lines.
     virtual std::string className() const;
+    // The key of the filter's program in a context's program cache: the
+    // class name, with "#2", "#3", ... added for a second and later class
+    // that prints the same name (classes of one name in different anonymous
+    // namespaces or shared objects), so that they never share a program.
+    std::string programKey() const;
 
     // Fills the stored lists and flags from the hooks; class constructors
     // call it once, right after construction.
@@ -58,7 +70,10 @@ public:
 
     // Key-value access to inputs, controls, uniform values and any other
     // property a subclass keeps here. Through a filter handle the setter
-    // marks the filter for any key.
+    // marks the filter for any key. A key that is none of the filter's
+    // inputs, controls or uniforms and that nothing stored before is stored
+    // all the same, and logged once (a misspelt key would otherwise do
+    // nothing, silently).
     LMValue valueForKey(std::string_view key) const;
     void setValueForKey(LMValue value, std::string_view key);
 
@@ -71,6 +86,9 @@ public:
     virtual void drawInputsWithContext(const std::shared_ptr<LMContext>& context);
     virtual void updateVAOIfNeededForContext(const std::shared_ptr<LMContext>& context);
     virtual void preloadWithContext(const std::shared_ptr<LMContext>& context);
+    // Whether the filter's program in this context compiled and linked (its
+    // failure was logged); loads it first when needed.
+    bool programIsUsableWithContext(const std::shared_ptr<LMContext>& context);
     virtual std::string preprocessedFragmentShaderSource() const;
 
     bool needsRedraw() const override { return needsRedraw_; }
@@ -120,14 +138,19 @@ public:
 protected:
     LMFilter();
 
+    // The demangled name of a type.
+    static std::string nameOfType(const std::type_info& type);
+
     // Typed setters store through this: when the call came through the
-    // filter's handle, the setter named after the key marks the filter first
-    // if it is watched.
+    // filter's handle and has not marked yet, a watched key (its setter's
+    // name is watched) marks the filter before it is stored, whatever the
+    // call stored before it.
     void setProperty(std::string_view key, LMValue value);
-    // For a method that stores under other keys (a setCenter that stores
-    // centerVector): called first, with the method's own setter name, it
-    // claims the handle's call so that what it stores marks nothing unless
-    // its own name is watched.
+    // Optional, for a method whose own name is not watched although it
+    // stores a watched key (a setCenter that stores centerVector): called
+    // first, with the method's setter name, it settles the handle's call
+    // under that name, so that what it stores marks only if that name is
+    // watched. Forgetting it costs a redraw, never a stale image.
     void announceSetter(std::string_view setterName);
     // Stores without any marking: for the filter's own bookkeeping.
     void storeProperty(std::string_view key, LMValue value);
@@ -143,11 +166,22 @@ private:
         using is_transparent = void;
         size_t operator()(std::string_view name) const { return std::hash<std::string_view>{}(name); }
     };
+    // Implemented only by the final class that LMFilterClass's class
+    // constructors make, so every filter class is abstract anywhere else:
+    // `std::make_shared<LMFilterInvert>()` or a filter on the stack fails to
+    // compile instead of skipping init() and drawing wrong pixels silently.
+    virtual void madeByClassConstructor() = 0;
+
     void reportWrongKind(std::string_view key, const LMValue& value, const char* wanted) const;
     // "<class>: The value of <key> <problem>; treating it as absent", once per key.
     void reportOnce(std::string_view key, const std::string& problem) const;
     void rebuildUniformNames();
+    // The GL half of a render, in one block on the queue: quad, lease,
+    // program, uniforms, draw.
+    std::shared_ptr<LMImage> renderWithContext(const std::shared_ptr<LMContext>& context, LMSize outputSize);
     void uploadUniforms(LMContext& context, LMProgram& program, LMSize outputSize);
+    void reportUnknownKey(std::string_view key);
+    bool isDeclaredKey(std::string_view key) const;
     void releaseQuadState();
 
     std::vector<std::string> inputNames_;
@@ -186,4 +220,5 @@ private:
     bool askingInputs_ = false;
     bool cycleMet_ = false;
     bool reportedCycle_ = false;
+    bool reportedDepth_ = false;
 };

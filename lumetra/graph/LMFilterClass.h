@@ -14,13 +14,20 @@
 //
 // gives MyFilter::filter(), filterWithContext(context) and, for one-input
 // filters, filterWithInput(node), each returning an LMFilterRef<MyFilter>
-// through a new proxy. Filter classes need a default constructor.
+// through a new proxy. Filter classes need a default constructor (it may be
+// protected) and must not be final.
+//
+// These are the only ways to make a filter: what they make is a final class
+// derived from MyFilter, and MyFilter itself stays abstract, so a filter made
+// any other way, which would skip init(), does not compile. A class derived
+// from a concrete filter restates the line with itself as Self.
 template <class Self, class Base = LMFilter>
 class LMFilterClass : public Base {
 public:
     static LMFilterRef<Self> filter()
     {
-        std::shared_ptr<Self> created = std::make_shared<Self>();
+        static_assert(!std::is_final_v<Self>, "a filter class is made by a class derived from it; it cannot be final");
+        std::shared_ptr<Self> created = std::make_shared<Made>();
         created->init();
         return LMFilterRef<Self>(LMFilterProxy::proxyWithTarget(std::move(created)));
     }
@@ -40,4 +47,12 @@ public:
         created->setInput(std::move(input));
         return created;
     }
+
+    // Self's name, not that of the class the constructors really make.
+    std::string className() const override { return LMFilter::nameOfType(typeid(Self)); }
+
+private:
+    class Made final : public Self {
+        void madeByClassConstructor() override {}
+    };
 };

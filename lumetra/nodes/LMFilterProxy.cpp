@@ -1,6 +1,7 @@
 #include "lumetra/nodes/LMFilterProxy.h"
 
 #include "lumetra/graph/LMFilter.h"
+#include "lumetra/graph/LMReleaseLater.h"
 
 #include <algorithm>
 #include <cctype>
@@ -9,10 +10,13 @@
 void markTargetIfSelectorIsWatchedMethod(LMFilter* target, std::string_view setterName,
                                          const std::vector<std::string>& watched)
 {
-    if (!target)
-        return;
-    if (setterName == "setValue:forKey:" || std::find(watched.begin(), watched.end(), setterName) != watched.end())
+    if (target && isWatchedSetter(setterName, watched))
         target->setNeedsRedraw(true);
+}
+
+bool isWatchedSetter(std::string_view setterName, const std::vector<std::string>& watched)
+{
+    return setterName == "setValue:forKey:" || std::find(watched.begin(), watched.end(), setterName) != watched.end();
 }
 
 std::string LMFilterProxy::setterNameForProperty(std::string_view name)
@@ -45,6 +49,11 @@ LMFilterProxy::LMFilterProxy(std::shared_ptr<LMFilter> target)
     }
 }
 
+LMFilterProxy::~LMFilterProxy()
+{
+    LMReleaseLater(std::move(target_));
+}
+
 std::string LMFilterProxy::description() const
 {
     char own[64];
@@ -54,7 +63,11 @@ std::string LMFilterProxy::description() const
 
 std::shared_ptr<LMImage> LMFilterProxy::drawWithContext(const std::shared_ptr<LMContext>& context)
 {
-    return target_ ? target_->drawWithContext(context) : nullptr;
+    if (!target_)
+        return nullptr;
+    const std::shared_ptr<LMFilterProxy> keepAlive = weak_from_this().lock();
+    const std::shared_ptr<LMFilter> target = target_;
+    return target->drawWithContext(context);
 }
 
 bool LMFilterProxy::needsRedraw() const

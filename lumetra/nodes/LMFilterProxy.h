@@ -13,6 +13,8 @@ class LMFilter;
 // generic key-value setter "setValue:forKey:".
 void markTargetIfSelectorIsWatchedMethod(LMFilter* target, std::string_view setterName,
                                          const std::vector<std::string>& watched);
+// Whether markTargetIfSelectorIsWatchedMethod would mark for this setter.
+bool isWatchedSetter(std::string_view setterName, const std::vector<std::string>& watched);
 
 // What hosts hold instead of a filter. It keeps the filter alive, stands in
 // for it in the graph (drawing, redraw flags), and knows the names of the
@@ -24,6 +26,7 @@ void markTargetIfSelectorIsWatchedMethod(LMFilter* target, std::string_view sett
 class LMFilterProxy : public LMDrawableCaching, public std::enable_shared_from_this<LMFilterProxy> {
 public:
     static std::shared_ptr<LMFilterProxy> proxyWithTarget(std::shared_ptr<LMFilter> target);
+    ~LMFilterProxy() override;
 
     const std::shared_ptr<LMFilter>& target() const { return target_; }
     // Does not rebuild the watched list.
@@ -35,6 +38,9 @@ public:
     std::string description() const;
 
     // The graph's view of the filter: passed on unchanged, marking nothing.
+    // The proxy and its filter stay alive until the draw returns, even when
+    // a host callback during the draw lets go of the last handle or sets
+    // another target.
     std::shared_ptr<LMImage> drawWithContext(const std::shared_ptr<LMContext>& context) override;
     bool needsRedraw() const override;
     void setNeedsRedraw(bool needsRedraw) override;

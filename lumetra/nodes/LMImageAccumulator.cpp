@@ -37,6 +37,8 @@ void LMImageAccumulator::setImage(const std::shared_ptr<LMDrawable>& drawable)
         if (auto* caching = dynamic_cast<LMDrawableCaching*>(drawable.get()))
             caching->updateNeedsRedraw();
     }
+    // The node's draw may run host code that lets go of this accumulator.
+    const std::shared_ptr<LMImageAccumulator> keepAlive = weak_from_this().lock();
     internalImage_ = drawable->drawWithContext(context);
 }
 

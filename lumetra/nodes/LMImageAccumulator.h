@@ -17,7 +17,7 @@ class LMContext;
 // The accumulator does not keep its context alive. Drawn with another
 // context, or once the context's size has changed, it gives the black image
 // of that context without dropping what it keeps.
-class LMImageAccumulator : public LMDrawableCaching {
+class LMImageAccumulator : public LMDrawableCaching, public std::enable_shared_from_this<LMImageAccumulator> {
 public:
     // Without a context: images set before one is given are refused.
     static std::shared_ptr<LMImageAccumulator> accumulator();

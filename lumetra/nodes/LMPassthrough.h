@@ -10,14 +10,16 @@
 // often it was asked to draw. Put between two nodes, it shows how often the
 // part of the graph above it is pulled (output caching at work), or gives a
 // host one stable node whose input it can swap. It keeps no image of its own.
-class LMPassthrough : public LMDrawableCaching {
+class LMPassthrough : public LMDrawableCaching, public std::enable_shared_from_this<LMPassthrough> {
 public:
     static std::shared_ptr<LMPassthrough> passthrough();
     static std::shared_ptr<LMPassthrough> passthroughWithInput(std::shared_ptr<LMDrawable> input);
 
     // Counts the draw, then returns the input's very image, or the black
     // image of the context's size when there is no input or the input
-    // leads back here (a cycle, logged once).
+    // leads back here (a cycle, logged once). The passthrough and its input
+    // stay alive until the draw returns, even when the input's draw sets
+    // another input here or lets go of the last owner of the passthrough.
     std::shared_ptr<LMImage> drawWithContext(const std::shared_ptr<LMContext>& context) override;
 
     bool needsRedraw() const override { return needsRedraw_; }
@@ -34,6 +36,8 @@ public:
     std::shared_ptr<LMDrawable> input() const { return input_; }
     void setInput(std::shared_ptr<LMDrawable> input) { input_ = std::move(input); }
 
+    ~LMPassthrough() override;
+
 protected:
     LMPassthrough() = default;
 
@@ -46,4 +50,5 @@ private:
     bool askingInput_ = false;
     bool cycleMet_ = false;
     bool reportedCycle_ = false;
+    bool reportedDepth_ = false;
 };

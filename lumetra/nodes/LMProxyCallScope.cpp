@@ -27,17 +27,32 @@ LMProxyCallScope::~LMProxyCallScope()
     openScopes.pop_back();
 }
 
-const LMFilterProxy* LMProxyCallScope::claim(const LMFilter* filter)
+namespace {
+
+// The innermost call on this filter decides: once it is settled, what runs
+// inside it is the filter calling itself.
+OpenScope* innermostScopeOn(const LMFilter* filter)
 {
     for (auto scope = openScopes.rbegin(); scope != openScopes.rend(); ++scope) {
-        if (scope->proxy->target().get() != filter)
-            continue;
-        // The innermost call on this filter decides: once claimed, what runs
-        // inside it is the filter calling itself.
-        if (scope->claimed)
-            return nullptr;
-        scope->claimed = true;
-        return scope->proxy;
+        if (scope->proxy->target().get() == filter)
+            return scope->claimed ? nullptr : &*scope;
     }
     return nullptr;
+}
+
+} // namespace
+
+const LMFilterProxy* LMProxyCallScope::undecided(const LMFilter* filter)
+{
+    const OpenScope* scope = innermostScopeOn(filter);
+    return scope ? scope->proxy : nullptr;
+}
+
+const LMFilterProxy* LMProxyCallScope::claim(const LMFilter* filter)
+{
+    OpenScope* scope = innermostScopeOn(filter);
+    if (!scope)
+        return nullptr;
+    scope->claimed = true;
+    return scope->proxy;
 }
