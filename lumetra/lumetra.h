@@ -38,6 +38,7 @@
 #include "lumetra/graph/LMDrawable.h"
 #include "lumetra/graph/LMDrawableCaching.h"
 #include "lumetra/graph/LMFilter.h"
+#include "lumetra/graph/LMGraphDepth.h"
 #include "lumetra/graph/LMFilterClass.h"
 #include "lumetra/graph/LMFilterSingleInput.h"
 #include "lumetra/graph/LMImage.h"

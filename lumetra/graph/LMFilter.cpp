@@ -242,23 +242,24 @@ void LMFilter::reportUnknownKey(std::string_view key)
     auto [entry, first] = reportedKeys_.emplace("setValueForKey " + std::string(key), true);
     if (!first)
         return;
-    std::string known;
-    for (const auto& [name, value] : properties_)
-        known.append(known.empty() ? "" : ", ").append(name);
-    auto addDeclared = [&](const std::string& name) {
-        if (properties_.find(name) == properties_.end())
-            known.append(known.empty() ? "" : ", ").append(name);
-    };
-    for (const std::string& name : inputNames_)
-        addDeclared(name);
-    for (const std::string& name : controlNames_)
-        addDeclared(name);
+    // Declared names in their order, then whatever else was stored, sorted.
+    std::vector<std::string> known(inputNames_.begin(), inputNames_.end());
+    known.insert(known.end(), controlNames_.begin(), controlNames_.end());
     for (const auto& uniform : otherUniforms_) {
         if (uniform)
-            addDeclared(uniform->name());
+            known.push_back(uniform->name());
     }
+    const auto declared = static_cast<std::ptrdiff_t>(known.size());
+    for (const auto& [name, value] : properties_) {
+        if (!isDeclaredKey(name))
+            known.push_back(name);
+    }
+    std::sort(known.begin() + declared, known.end());
+    std::string list;
+    for (const std::string& name : known)
+        list.append(list.empty() ? "" : ", ").append(name);
     LMLog("%s: No input, control or uniform is named %.*s; it is stored, but the filter knows only: %s",
-          className().c_str(), static_cast<int>(key.size()), key.data(), known.empty() ? "(nothing)" : known.c_str());
+          className().c_str(), static_cast<int>(key.size()), key.data(), list.empty() ? "(nothing)" : list.c_str());
 }
 
 void LMFilter::reportWrongKind(std::string_view key, const LMValue& value, const char* wanted) const

@@ -43,3 +43,23 @@ TEST(LMLog, CallsTheSinkOneLineAtATimeFromManyThreads)
         EXPECT_EQ(i, next[t]++) << "lines of one thread arrive in order";
     }
 }
+
+// A sink may log (that line goes to standard error rather than back into the
+// sink) and may install another sink; neither deadlocks. A compiler's log of
+// several lines quoted in a message stays one line.
+TEST(LMLog, SinksThatLogOrReplaceThemselvesAndMessagesWithNewlines)
+{
+    std::vector<std::string> first, second;
+    LMSetLogSink([&](const std::string& line) {
+        first.push_back(line);
+        LMLog("logged by the sink");
+        LMSetLogSink([&](const std::string& next) { second.push_back(next); });
+    });
+    testing::internal::CaptureStderr();
+    LMLog("one");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "logged by the sink\n");
+    LMLog("failed: 0:1(2): error: a\n0:3(4): error: b\r\n\n");
+    LMSetLogSink({});
+    EXPECT_EQ(first, std::vector<std::string>{"one"});
+    EXPECT_EQ(second, std::vector<std::string>{"failed: 0:1(2): error: a; 0:3(4): error: b"});
+}
