@@ -65,17 +65,27 @@ std::shared_ptr<LMImage> LMColor::drawWithContext(const std::shared_ptr<LMContex
     if (lastImage_ && context && lastImage_->context() == context && context->dimensions() == lastImage_->dimensions())
         return lastImage_;
 
-    auto image = LMImage::imageWithContext(context);
-    image->bind();
-    // Without a target nothing is bound, and a clear would land in whatever
-    // target was bound before.
-    if (context && image->target()) {
-        const LMRGBA color = color_;
-        context->executeOpenGLNoContextSwitch([&] {
-            glClearColor(clearComponent(color.red), clearComponent(color.green), clearComponent(color.blue), 1.0f);
-            glClear(GL_COLOR_BUFFER_BIT);
-        });
-    }
+    std::shared_ptr<LMImage> image;
+    auto draw = [&] {
+        image = LMImage::imageWithContext(context);
+        image->bind();
+        // Without a target nothing is bound, and a clear would land in
+        // whatever target was bound before.
+        if (context && image->target()) {
+            const LMRGBA color = color_;
+            context->executeOpenGLNoContextSwitch([&] {
+                glClearColor(clearComponent(color.red), clearComponent(color.green), clearComponent(color.blue),
+                             1.0f);
+                glClear(GL_COLOR_BUFFER_BIT);
+            });
+        }
+    };
+    // Lease, bind and clear in one trip to the GL queue: a colour is often
+    // drawn on the host's thread (a black fallback for a missing input).
+    if (context && context->hasOpenGLContext())
+        context->executeOpenGL(draw);
+    else
+        draw();
     lastImage_ = image;
     needsRedraw_ = false;
     return image;
