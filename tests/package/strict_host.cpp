@@ -1,20 +1,13 @@
 // A host built as strictly as many hosts build (-Wall -Wextra -Wpedantic
-// -Wshadow -Werror): the umbrella header, and each template of the public
-// headers made with what a host hands it. Its test builds it, so a warning in
-// a public header fails that test; then it runs, and exits non-zero when
-// what it made does not work.
+// -Wshadow -Werror): the umbrella header, and the public templates made with
+// what hosts hand them. Its test builds it, so a warning in a public header
+// fails that test; then it runs, and fails if an empty action is taken for one.
 
 #include <lumetra/lumetra.h>
 
-#include <cmath>
-#include <cstdio>
 #include <functional>
-#include <memory>
 
-namespace {
-
-class Host {
-public:
+struct Host {
     void frameTimeDidChange(LMPerformanceMonitor&) {}
 };
 
@@ -25,34 +18,29 @@ public:
     void setAmount(double amount) { setProperty("amount", amount); }
 };
 
-using Action = LMPerformanceMonitor::TargetAction;
-
-} // namespace
-
-int main()
+// Compiled, not called: the filter templates as a host uses them.
+std::shared_ptr<LMImage> drawGraph(const std::shared_ptr<LMContext>& context)
 {
-    // Every kind of action a host may give; the empty ones are no action.
-    auto host = std::make_shared<Host>();
-    int reports = 0;
-    void (Host::*noMember)(LMPerformanceMonitor&) = nullptr;
-    void (*noFunction)(Host&, LMPerformanceMonitor&) = nullptr;
-    const bool actions = Action(host, &Host::frameTimeDidChange).hasAction() &&
-                         Action(host, [](Host&, LMPerformanceMonitor&) {}).hasAction() &&
-                         Action(host, [&reports](Host&, LMPerformanceMonitor&) { ++reports; }).hasAction() &&
-                         !Action(host, noMember).hasAction() && !Action(host, noFunction).hasAction() &&
-                         !Action(host, std::function<void(Host&, LMPerformanceMonitor&)>()).hasAction();
-
-    auto context = LMContext::contextWithDimensions({8, 8});
     auto grey = Grey::filterWithInput(LMColor::redColor());
     grey->setAmount(0.75);
     LMFilterRef<LMFilter> base = grey;
     auto invert = LMFilterInvert::filterWithInput(base);
-    int width = 0;
-    context->executeOpenGL([&] { width = static_cast<int>(context->dimensions().width); });
-    auto image = invert->drawWithContext(context);
-    const std::optional<LMRGBA> pixel = image ? image->readPixelColorAtX(4, 4) : std::nullopt;
-    const bool drawn = width == 8 && pixel && std::fabs(pixel->green - 0.25) < 0.01;
+    invert->setValueForKey(grey, "input");
+    context->executeOpenGL([&] { glFlush(); });
+    return invert->drawWithContext(context);
+}
 
-    std::printf("actions %s, drawing %s\n", actions ? "right" : "wrong", drawn ? "right" : "wrong");
-    return actions && drawn ? 0 : 1;
+int main()
+{
+    using Action = LMPerformanceMonitor::TargetAction;
+    auto host = std::make_shared<Host>();
+    int reports = 0;
+    void (Host::*noMember)(LMPerformanceMonitor&) = nullptr;
+    void (*noFunction)(Host&, LMPerformanceMonitor&) = nullptr;
+    const bool right = Action(host, &Host::frameTimeDidChange).hasAction() &&
+                       Action(host, [](Host&, LMPerformanceMonitor&) {}).hasAction() &&
+                       Action(host, [&reports](Host&, LMPerformanceMonitor&) { ++reports; }).hasAction() &&
+                       !Action(host, noMember).hasAction() && !Action(host, noFunction).hasAction() &&
+                       !Action(host, std::function<void(Host&, LMPerformanceMonitor&)>()).hasAction();
+    return right ? 0 : 1;
 }
