@@ -25,9 +25,15 @@ public:
     LMTargetAction(const std::shared_ptr<Target>& target, Action action)
         : target_(target)
     {
-        // A null pointer or an empty function is no action.
-        if constexpr (requires { static_cast<bool>(action); }) {
-            if (!static_cast<bool>(action))
+        // A null pointer or an empty function is no action. Only what can
+        // be empty is asked: a captureless lambda converts to bool through
+        // its function pointer, which is never null, and compilers warn
+        // about that test in a host's strict build.
+        if constexpr (std::is_pointer_v<Action> || std::is_member_pointer_v<Action>) {
+            if (action == nullptr)
+                return;
+        } else if constexpr (requires { action.operator bool(); }) {
+            if (!action.operator bool())
                 return;
         }
         action_ = [action = std::move(action)](void* object, Sender& sender) mutable {

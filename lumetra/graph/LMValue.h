@@ -25,9 +25,12 @@ public:
     template <class Drawable>
         requires std::is_convertible_v<Drawable*, LMDrawable*>
     LMValue(std::shared_ptr<Drawable> drawable)
+        : storage_(drawable ? Storage(std::in_place_type<std::shared_ptr<LMDrawable>>, std::move(drawable))
+                            : Storage())
     {
-        if (drawable)
-            storage_ = std::shared_ptr<LMDrawable>(std::move(drawable));
+        // Made in place rather than assigned: GCC 12, optimising a host's
+        // sanitizer build, takes the assignment into an empty variant for a
+        // read of an uninitialised pointer (-Wmaybe-uninitialized).
     }
 
     // Anything that stands for a drawable, such as a filter handle.
@@ -65,5 +68,6 @@ public:
     friend bool operator==(const LMValue&, const LMValue&) = default;
 
 private:
-    std::variant<std::monostate, double, std::vector<double>, std::string, std::shared_ptr<LMDrawable>> storage_;
+    using Storage = std::variant<std::monostate, double, std::vector<double>, std::string, std::shared_ptr<LMDrawable>>;
+    Storage storage_;
 };

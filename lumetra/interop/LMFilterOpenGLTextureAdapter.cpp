@@ -76,10 +76,10 @@ void LMFilterOpenGLTextureAdapter::setScaler(std::shared_ptr<LMScaler> scaler)
     if (scaler == this->scaler())
         return;
     LMFilter::setScaler(std::move(scaler));
-    // The quad is shaped by the scaler, so a new one rebuilds it; otherwise a
-    // new content scale mode would show only once some size changed.
-    vaoState_->setScaler(this->scaler());
-    vaoState_->setNeedsVAOUpdate(true);
+    // The quad only stores the scaler: a new content scale mode must not
+    // change the fit of a conversion whose sizes and flip are unchanged.
+    if (std::shared_ptr<LMContext> context = context_.lock())
+        context->executeOpenGLNoContextSwitch([&] { vaoState_->setScaler(this->scaler()); });
 }
 
 std::shared_ptr<LMImage> LMFilterOpenGLTextureAdapter::drawWithContext(const std::shared_ptr<LMContext>& context)

@@ -44,10 +44,16 @@ public:
     void setIsFlipped(bool flipped);
     std::shared_ptr<LMContext> context() const { return context_.lock(); }
     void setContext(const std::shared_ptr<LMContext>& context) { context_ = context; }
-    // The filter's own quad.
-    const std::shared_ptr<LMVAOStateTextured>& vaoState() const { return vaoState_; }
+    // The filter's own quad, sized from the texture. It has a name of its
+    // own so that the base's vaoState(), which stays null for this filter,
+    // is not hidden: one object answers one way whatever the reference.
+    const std::shared_ptr<LMVAOStateTextured>& textureVAOState() const { return vaoState_; }
 
-    // A scaler other than the current one reshapes the quad at the next draw.
+    // The same scaler again changes nothing. Another is stored and, once the
+    // filter has a context, handed to the quad on the context's GL queue; the
+    // quad takes its shape from it at its next rebuild, which a new texture
+    // size, flip or context size brings. Without a context the quad keeps its
+    // old scaler.
     void setScaler(std::shared_ptr<LMScaler> scaler) override;
 
     // Null for a null context; throws LMException for a context other than

@@ -41,7 +41,11 @@ public:
     bool updateNeedsRedraw() override { return needsRedraw_; }
 
     // Replaces the scaler with a new one of the mode, even for the same
-    // mode; the next conversion uses it.
+    // mode; it marks nothing and converts nothing. The next conversion hands
+    // it to the filter, whose quad takes it up at its next rebuild: a
+    // conversion with the texture size, flip and context size of the one
+    // before keeps the fit it had, and the new mode shows from the first
+    // conversion that changes one of them.
     LMContentScaleMode contentScaleMode() const { return contentScaleMode_; }
     void setContentScaleMode(LMContentScaleMode mode);
 

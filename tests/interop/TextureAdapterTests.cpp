@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <type_traits>
 
 namespace {
 
@@ -26,15 +27,21 @@ std::string describe(const std::shared_ptr<LMContext>& context)
 
 } // namespace
 
+// The filter's own quad state is its own accessor: the base's stays in view,
+// so the filter answers one way whatever reference it is reached through.
+static_assert(std::is_same_v<decltype(&LMFilterOpenGLTextureAdapter::vaoState), decltype(&LMFilter::vaoState)>);
+
 // Flips are the adapter's test below; it draws through this filter.
 TEST(TextureAdapterFilter, DrawsAfreshInOneContextByItsScalerAndTextureSize)
 {
     auto context = LMContext::contextWithDimensions({200, 200});
     auto second = LMContext::contextWithDimensions({200, 200});
     const GLuint texture = makeTexture(*context, 100, 50, quadrants);
-    // Made without a context: the scaler given now still shapes the quad.
+    // Made without a context: the scaler given now is stored but does not
+    // reach the quad, which keeps its own stretch scaler.
     auto filter = LMFilterOpenGLTextureAdapter::filter();
-    filter->setScaler(std::make_shared<LMScalerFill>());
+    const auto fill = std::make_shared<LMScalerFill>();
+    filter->setScaler(fill);
     filter->setTexture(texture);
     filter->setTextureSize({100, 50});
 
@@ -43,9 +50,10 @@ TEST(TextureAdapterFilter, DrawsAfreshInOneContextByItsScalerAndTextureSize)
     ASSERT_TRUE(first && again);
     EXPECT_NE(first, again);
     EXPECT_TRUE(filter->updateNeedsRedraw());
-    EXPECT_EQ(pixelAt(again, 2, 2), red) << "fill crops the magenta band";
+    EXPECT_EQ(filter->scaler(), fill);
+    EXPECT_EQ(pixelAt(again, 2, 2), magenta) << "stretched: the unbound filter's scaler missed the quad";
     EXPECT_EQ(pixelAt(again, 198, 198), white);
-    const auto quad = filter->vaoState()->ourVAO();
+    const auto quad = filter->textureVAOState()->ourVAO();
     try {
         filter->drawWithContext(second);
         ADD_FAILURE() << "a second context was accepted";
@@ -54,11 +62,17 @@ TEST(TextureAdapterFilter, DrawsAfreshInOneContextByItsScalerAndTextureSize)
         EXPECT_EQ(exception.reason(), describe(second) + " is not the existing context, " + describe(context) + ".");
     }
     EXPECT_EQ(pixelAt(filter->drawWithContext(context), 60, 2), red);
-    EXPECT_EQ(filter->vaoState()->ourVAO(), quad) << "nothing changed: the quad is kept";
-    // A new scaler reshapes the quad although no size has changed.
-    filter->setScaler(std::make_shared<LMScalerStretch>());
+    EXPECT_EQ(filter->textureVAOState()->ourVAO(), quad) << "nothing changed: the quad is kept";
+    // The same scaler again is nothing new; a new one reaches the quad but
+    // shapes it only from the next rebuild, here brought by the flip.
+    filter->setScaler(fill);
+    filter->setScaler(std::make_shared<LMScalerFill>());
     EXPECT_EQ(pixelAt(filter->drawWithContext(context), 2, 2), magenta);
-    // Half the texture's width: only its left half is stretched over the image.
+    EXPECT_EQ(filter->textureVAOState()->ourVAO(), quad);
+    filter->setIsFlipped(true);
+    EXPECT_EQ(pixelAt(filter->drawWithContext(context), 2, 2), blue) << "filled, flipped";
+    // Half the texture's width: only its left half is fitted to the image.
+    filter->setIsFlipped(false);
     filter->setTextureSize({50, 50});
     EXPECT_EQ(pixelAt(filter->drawWithContext(context), 198, 198), blue);
 
@@ -82,7 +96,10 @@ TEST(TextureAdapter, CopiesByItsModeAndHandsOutTheCopyUntilTheContextIsResized)
     EXPECT_EQ(pixelAt(adapter->convertTexture(texture, {100, 50}), 2, 2), red) << "fill by default crops the band";
     adapter->setContentScaleMode(LMContentScaleMode{7});
     EXPECT_EQ(pixelAt(adapter->convertTexture(texture, {100, 50}), 2, 2), red) << "and so does an unknown mode";
+    // A new mode keeps the fit while the texture's size, its flip and the
+    // context's size stay as they were, and shows once one of them changes.
     adapter->setContentScaleMode(LMContentScaleModeStretch);
+    EXPECT_EQ(pixelAt(adapter->convertTexture(texture, {100, 50}), 2, 2), red) << "still filled";
     auto converted = adapter->convertTexture(texture, {100, 50}, true);
     EXPECT_EQ(pixelAt(converted, 2, 2), magenta);
     EXPECT_EQ(pixelAt(converted, 60, 2), blue) << "flipped";

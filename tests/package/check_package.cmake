@@ -1,5 +1,6 @@
 # Installs the build into a scratch prefix, then builds and runs a consumer
-# against it through find_package and through pkg-config.
+# against it the two ways hosts do: with CMake's find_package, and with a
+# plain compiler command given nothing but what pkg-config says.
 set(prefix "${WORK_DIR}/prefix")
 file(REMOVE_RECURSE "${WORK_DIR}")
 
@@ -12,9 +13,30 @@ function(run)
 endfunction()
 
 run(${CMAKE_COMMAND} --install "${BUILD_DIR}" --prefix "${prefix}")
+
+# CMake, on a machine without X11's development files (as far as
+# find_package can tell).
 run(${CMAKE_COMMAND} -S "${SOURCE_DIR}" -B "${WORK_DIR}/consumer" "-DCMAKE_PREFIX_PATH=${prefix}"
-    "-DCMAKE_BUILD_TYPE=Release" "-DCMAKE_CXX_COMPILER=${CXX_COMPILER}")
+    "-DCMAKE_BUILD_TYPE=Release" "-DCMAKE_CXX_COMPILER=${CXX_COMPILER}" "-DCMAKE_DISABLE_FIND_PACKAGE_X11=TRUE")
 run(${CMAKE_COMMAND} --build "${WORK_DIR}/consumer")
-set(ENV{LD_LIBRARY_PATH} "${prefix}/lib")
 run("${WORK_DIR}/consumer/cmake_consumer")
-run("${WORK_DIR}/consumer/pkgconfig_consumer")
+
+# pkg-config, seeing only Lumetra and the GL packages it names: no X11,
+# libpng or libjpeg files, as on a headless machine. The compiler command is
+# the one a newcomer types, with no flag of its own.
+execute_process(COMMAND pkg-config --variable=pcfiledir egl OUTPUT_VARIABLE egl_dir OUTPUT_STRIP_TRAILING_WHITESPACE)
+execute_process(COMMAND pkg-config --variable=pcfiledir opengl OUTPUT_VARIABLE opengl_dir
+                OUTPUT_STRIP_TRAILING_WHITESPACE)
+file(COPY "${egl_dir}/egl.pc" "${opengl_dir}/opengl.pc" DESTINATION "${WORK_DIR}/gl-pkgconfig")
+set(ENV{PKG_CONFIG_LIBDIR} "${prefix}/lib/pkgconfig:${WORK_DIR}/gl-pkgconfig")
+unset(ENV{PKG_CONFIG_PATH})
+set(plain "${WORK_DIR}/pkgconfig_consumer")
+run(sh -c "${CXX_COMPILER} $(pkg-config --cflags --libs lumetra) '${SOURCE_DIR}/consumer.cpp' -o '${plain}'")
+# A private prefix is not on the loader's path: the plain build runs with
+# LD_LIBRARY_PATH, the one with the README's rpath flag without it.
+set(ENV{LD_LIBRARY_PATH} "${prefix}/lib")
+run("${plain}")
+unset(ENV{LD_LIBRARY_PATH})
+run(sh -c "${CXX_COMPILER} '${SOURCE_DIR}/consumer.cpp' -o '${plain}-rpath' \
+$(pkg-config --cflags --libs lumetra) -Wl,-rpath,$(pkg-config --variable=libdir lumetra)")
+run("${plain}-rpath")

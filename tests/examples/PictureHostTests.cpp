@@ -1,0 +1,130 @@
+// The README's host program, run as a newcomer runs it, on pictures written
+// here first; its output is checked pixel by pixel against what its three
+// filters must give, and the README must show its code exactly.
+
+#include <lumetra/lumetra.h>
+
+#include <gtest/gtest.h>
+
+#include <sys/wait.h>
+
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+#include <string>
+
+namespace {
+
+std::string readFile(const std::string& path)
+{
+    std::ifstream file(path);
+    std::stringstream text;
+    text << file.rdbuf();
+    return text.str();
+}
+
+// Runs the example; its exit status, and what it wrote to standard error.
+int runExample(const std::string& arguments, std::string& errors)
+{
+    const std::string errorFile = std::string(WORK_DIR) + "/errors.txt";
+    const std::string command = std::string(PICTURE_HOST) + " " + arguments + " 2> " + errorFile;
+    const int status = std::system(command.c_str());
+    errors = readFile(errorFile);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+// The two kernels of the built-in sRGB filters, as they compute.
+double decode(double c)
+{
+    return c < 0.04045 ? c * 0.0774 : std::pow(c * 0.9479 + 0.05213, 2.4);
+}
+double encode(double c)
+{
+    return c < 0.00313 ? c * 12.92 : std::pow(c, 0.4167) * 1.055 - 0.055;
+}
+
+// How many of the output's pixels differ by more than a level from the input
+// decoded, dimmed to a quarter outside the spotlight and encoded. The input's
+// column x + offset is the output's column x. Pixels whose centre is within a
+// pixel of the spotlight's rim are left out.
+int wrongPixels(const LMBitmap& input, int offset, const LMBitmap& output)
+{
+    const double width = output.pixelsWide(), height = output.pixelsHigh();
+    const double centreX = width / 3, centreY = height - height / 4, radius = height / 3;
+    int wrong = 0;
+    for (int row = 0; row < output.pixelsHigh(); ++row) {
+        for (int x = 0; x < output.pixelsWide(); ++x) {
+            const double distance = std::hypot(x + 0.5 - centreX, height - row - 0.5 - centreY);
+            if (std::fabs(distance - radius) < 1)
+                continue;
+            const double scale = distance <= radius ? 1 : 0.25;
+            for (int channel = 0; channel < 3; ++channel) {
+                const double in = input.rowAt(row)[(x + offset) * 4 + channel] / 255.0;
+                const long expected = std::lround(255 * encode(decode(in) * scale));
+                if (std::labs(expected - output.rowAt(row)[x * 4 + channel]) > 1) {
+                    if (wrong++ == 0)
+                        ADD_FAILURE() << "first wrong pixel: column " << x << ", row " << row << " from the top";
+                }
+            }
+        }
+    }
+    return wrong;
+}
+
+} // namespace
+
+TEST(PictureHost, TheReadmeShowsItsCodeAsItIs)
+{
+    const std::string example = readFile(EXAMPLE_SOURCE);
+    ASSERT_FALSE(example.empty());
+    EXPECT_NE(readFile(README_PATH).find("```cpp\n" + example + "```\n"), std::string::npos)
+        << "the README's host program is not examples/picture_host.cpp";
+}
+
+TEST(PictureHost, DarkensOutsideItsSpotlightAndFitsOtherSizes)
+{
+    // Every sample value in a few rows, dark ones included, where the sRGB
+    // curves change formula: red across, green down, blue mixed.
+    auto bitmap = newBIR(200, 100);
+    for (int row = 0; row < 100; ++row) {
+        for (int x = 0; x < 200; ++x) {
+            uint8_t* pixel = bitmap->rowAt(row) + x * 4;
+            pixel[0] = static_cast<uint8_t>(x * 255 / 199);
+            pixel[1] = static_cast<uint8_t>(row * 2);
+            pixel[2] = static_cast<uint8_t>((x * 7 + row * 3) % 256);
+            pixel[3] = 255;
+        }
+    }
+    auto picture = LMPicture::pictureWithBitmap(bitmap);
+    const std::string png = std::string(WORK_DIR) + "/in.png", jpeg = std::string(WORK_DIR) + "/in.jpg",
+                      out = std::string(WORK_DIR) + "/out.png";
+    ASSERT_TRUE(picture->writePNGToFile(png) && picture->writeJPEGToFile(jpeg, 90));
+
+    // At its own size; a quiet success, the log kept to itself.
+    std::string errors;
+    std::remove(out.c_str());
+    ASSERT_EQ(runExample(png + " " + out, errors), 0) << errors;
+    EXPECT_EQ(errors, "");
+    auto written = LMPicture::pictureWithContentsOfFile(out);
+    ASSERT_TRUE(written);
+    EXPECT_EQ(written->size(), (LMSize{200, 100}));
+    EXPECT_EQ(wrongPixels(*bitmap, 0, *written->bitmap()), 0);
+
+    // A JPEG fitted to 100 by 100: filled at its own scale, so cropped by 50
+    // columns each side. The reference is the JPEG as decoded.
+    std::remove(out.c_str());
+    ASSERT_EQ(runExample(jpeg + " " + out + " 100 100", errors), 0) << errors;
+    auto decoded = LMPicture::pictureWithContentsOfFile(jpeg);
+    written = LMPicture::pictureWithContentsOfFile(out);
+    ASSERT_TRUE(decoded && written);
+    EXPECT_EQ(written->size(), (LMSize{100, 100}));
+    EXPECT_EQ(wrongPixels(*decoded->bitmap(), 50, *written->bitmap()), 0);
+
+    // A failure says what failed, with the library's own line after it.
+    EXPECT_EQ(runExample(std::string(WORK_DIR) + "/missing.png " + out, errors), 1);
+    EXPECT_NE(errors.find("picture-host: cannot read the input picture\n  LMPicture: "),
+              std::string::npos)
+        << errors;
+}
