@@ -175,7 +175,7 @@ std::shared_ptr<LMProgram> LMFilterOpenGLTextureAdapter::programForTarget(const 
         return nullptr;
     }
     // A second program in the context's cache, named after the first.
-    const std::string name = className() + "2D";
+    const std::string name = programKey() + "2D";
     if (std::shared_ptr<LMProgram> cached = context->getProgramWithName(name))
         return cached;
     std::string source = preprocessedFragmentShaderSource();
