@@ -2,6 +2,8 @@
 
 #include "CliError.h"
 
+#include <lumetra/graph/LMGraphDepth.h>
+
 #include <cerrno>
 #include <cstdlib>
 
@@ -43,6 +45,10 @@ std::vector<FilterSpec> parseChain(const std::vector<std::string>& arguments, si
     }
     if (start < arguments.size() && !current)
         throw CliError::usage("the chain ends with \"--\" and no filter after it");
+    // Past the graph's depth the library would draw black.
+    if (chain.size() > static_cast<size_t>(LMGraphDepth::maximumDepth))
+        throw CliError::usage("a chain of " + std::to_string(chain.size()) + " filters is longer than the " +
+                              std::to_string(LMGraphDepth::maximumDepth) + " the library draws");
     return chain;
 }
 
