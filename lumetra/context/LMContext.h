@@ -77,6 +77,15 @@ public:
     void releaseRenderTarget(const std::shared_ptr<LMRenderTarget>& target);
     // Deletes every render target that nobody leases.
     void flushUnusedTargets();
+    // What the render targets are taken to weigh (see LMRenderTargetPool):
+    // all of them, and those that nobody leases.
+    size_t renderTargetBytesAllocated() const;
+    size_t renderTargetBytesIdle() const;
+    // The most that unused render targets may weigh after a request: beyond
+    // it the least recently released are deleted. 256 MiB unless set;
+    // setting it deletes what is beyond it at once.
+    size_t renderTargetIdleBudget() const;
+    void setRenderTargetIdleBudget(size_t bytes);
 
     bool hasProgramWithName(std::string_view name) const;
     // The program cached under the name, compiled and linked first when there

@@ -22,6 +22,7 @@ uint64_t LMObjectPool::requestNewObjectIdPassing(const ObjectTest& test)
         const uint64_t reused = firstUnusedIdLocked(test ? &test : nullptr);
         if (reused != LMNotFound) {
             ++retainCounts_[reused];
+            becameUsedLocked(reused);
             return reused;
         }
     }
@@ -38,22 +39,55 @@ std::shared_ptr<LMPooledObject> LMObjectPool::createObjectWithId(uint64_t object
 void LMObjectPool::deleteObjectWithId(uint64_t objectId)
 {
     std::lock_guard<std::mutex> lock(mutex_);
-    retainCounts_.erase(objectId);
+    if (auto count = retainCounts_.find(objectId); count != retainCounts_.end()) {
+        if (count->second == 0)
+            becameUsedLocked(objectId); // out of the release order and the unused weight
+        retainCounts_.erase(count);
+    }
+    allocatedBytes_ -= bytesOfIdLocked(objectId);
+    objectBytes_.erase(objectId);
     objectStorage_.erase(objectId);
 }
 
 void LMObjectPool::retainObjectWithId(uint64_t objectId)
 {
     std::lock_guard<std::mutex> lock(mutex_);
-    ++retainCounts_[objectId];
+    if (++retainCounts_[objectId] == 1)
+        becameUsedLocked(objectId);
 }
 
+// A release of an id that nobody leases is ignored rather than trusted: the
+// count would wrap around to 2^64 - 1 and the id would count as leased for
+// ever (never reused, never flushed), and the id would be queued twice for
+// trimming. See docs/design.md, "Object pool".
 void LMObjectPool::releaseObjectWithId(uint64_t objectId)
 {
     std::lock_guard<std::mutex> lock(mutex_);
     auto count = retainCounts_.find(objectId);
-    if (count != retainCounts_.end() && count->second > 0)
-        --count->second;
+    if (count != retainCounts_.end() && count->second > 0 && --count->second == 0)
+        becameUnusedLocked(objectId);
+}
+
+void LMObjectPool::becameUsedLocked(uint64_t objectId)
+{
+    auto position = releasePosition_.find(objectId);
+    if (position == releasePosition_.end())
+        return;
+    releaseOrder_.erase(position->second);
+    releasePosition_.erase(position);
+    unusedBytes_ -= bytesOfIdLocked(objectId);
+}
+
+void LMObjectPool::becameUnusedLocked(uint64_t objectId)
+{
+    releasePosition_[objectId] = releaseOrder_.insert(releaseOrder_.end(), objectId);
+    unusedBytes_ += bytesOfIdLocked(objectId);
+}
+
+size_t LMObjectPool::bytesOfIdLocked(uint64_t objectId) const
+{
+    auto bytes = objectBytes_.find(objectId);
+    return bytes == objectBytes_.end() ? 0 : bytes->second;
 }
 
 std::shared_ptr<LMPooledObject> LMObjectPool::objectWithId(uint64_t objectId) const
@@ -65,11 +99,19 @@ std::shared_ptr<LMPooledObject> LMObjectPool::objectWithId(uint64_t objectId) co
 
 void LMObjectPool::setObject(std::shared_ptr<LMPooledObject> object, uint64_t objectId)
 {
+    const size_t bytes = object ? bytesOfObject(*object) : 0;
     std::lock_guard<std::mutex> lock(mutex_);
-    if (object)
+    const size_t previous = bytesOfIdLocked(objectId);
+    allocatedBytes_ = allocatedBytes_ - previous + bytes;
+    if (releasePosition_.count(objectId))
+        unusedBytes_ = unusedBytes_ - previous + bytes;
+    if (object) {
         objectStorage_[objectId] = std::move(object);
-    else
+        objectBytes_[objectId] = bytes;
+    } else {
         objectStorage_.erase(objectId);
+        objectBytes_.erase(objectId);
+    }
 }
 
 void LMObjectPool::flushUnusedObjects()
@@ -94,6 +136,62 @@ void LMObjectPool::flushUnusedObjects()
         }
         deleteObjectWithId(objectId);
     }
+}
+
+size_t LMObjectPool::bytesOfObject(const LMPooledObject&) const
+{
+    return 0;
+}
+
+size_t LMObjectPool::allocatedBytes() const
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    return allocatedBytes_;
+}
+
+size_t LMObjectPool::unusedBytes() const
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    return unusedBytes_;
+}
+
+size_t LMObjectPool::unusedBytesBudget() const
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    return unusedBytesBudget_;
+}
+
+void LMObjectPool::setUnusedBytesBudget(size_t bytes)
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    unusedBytesBudget_ = bytes;
+}
+
+void LMObjectPool::trimUnusedObjects()
+{
+    // One id at a time, the hook without the lock. Releases meanwhile only add
+    // unused ids at the back; the one taken from the front stays unused, since
+    // leases do not run while the pool trims.
+    for (uint64_t previous = LMNotFound;;) {
+        uint64_t oldest = LMNotFound;
+        {
+            std::lock_guard<std::mutex> lock(mutex_);
+            if (unusedBytes_ <= unusedBytesBudget_ || releaseOrder_.empty())
+                return;
+            oldest = releaseOrder_.front();
+        }
+        // A deletion hook that kept the id would otherwise have us spin.
+        if (oldest == previous)
+            return;
+        deleteObjectWithId(oldest);
+        previous = oldest;
+    }
+}
+
+uint64_t LMObjectPool::leastRecentlyReleasedId() const
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    return releaseOrder_.empty() ? LMNotFound : releaseOrder_.front();
 }
 
 size_t LMObjectPool::objectsAllocated() const
@@ -200,4 +298,8 @@ void LMObjectPool::teardown()
     std::lock_guard<std::mutex> lock(mutex_);
     retainCounts_.clear();
     objectStorage_.clear();
+    objectBytes_.clear();
+    releaseOrder_.clear();
+    releasePosition_.clear();
+    allocatedBytes_ = unusedBytes_ = 0;
 }
