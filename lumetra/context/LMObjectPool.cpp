@@ -41,25 +41,30 @@ void LMObjectPool::deleteObjectWithId(uint64_t objectId)
     std::lock_guard<std::mutex> lock(mutex_);
     if (auto count = retainCounts_.find(objectId); count != retainCounts_.end()) {
         if (count->second == 0)
-            becameUsedLocked(objectId); // out of the release order and the unused weight
+            becameUsedLocked(objectId); // takes its weight off the unused weight
         retainCounts_.erase(count);
     }
-    allocatedBytes_ -= bytesOfIdLocked(objectId);
-    objectBytes_.erase(objectId);
+    if (auto record = records_.find(objectId); record != records_.end()) {
+        allocatedBytes_ -= record->second.bytes;
+        records_.erase(record);
+    }
     objectStorage_.erase(objectId);
 }
 
 void LMObjectPool::retainObjectWithId(uint64_t objectId)
 {
     std::lock_guard<std::mutex> lock(mutex_);
-    if (++retainCounts_[objectId] == 1)
+    // A new id was never unused; only a count that was 0 leaves the unused.
+    auto [count, isNew] = retainCounts_.try_emplace(objectId, 0);
+    if (!isNew && count->second == 0)
         becameUsedLocked(objectId);
+    ++count->second;
 }
 
 // A release of an id that nobody leases is ignored rather than trusted: the
 // count would wrap around to 2^64 - 1 and the id would count as leased for
-// ever (never reused, never flushed), and the id would be queued twice for
-// trimming. See docs/design.md, "Object pool".
+// ever (never reused, never flushed), and its weight would be counted as
+// unused twice. See docs/design.md, "Object pool".
 void LMObjectPool::releaseObjectWithId(uint64_t objectId)
 {
     std::lock_guard<std::mutex> lock(mutex_);
@@ -70,24 +75,16 @@ void LMObjectPool::releaseObjectWithId(uint64_t objectId)
 
 void LMObjectPool::becameUsedLocked(uint64_t objectId)
 {
-    auto position = releasePosition_.find(objectId);
-    if (position == releasePosition_.end())
-        return;
-    releaseOrder_.erase(position->second);
-    releasePosition_.erase(position);
-    unusedBytes_ -= bytesOfIdLocked(objectId);
+    if (auto record = records_.find(objectId); record != records_.end())
+        unusedBytes_ -= record->second.bytes;
 }
 
 void LMObjectPool::becameUnusedLocked(uint64_t objectId)
 {
-    releasePosition_[objectId] = releaseOrder_.insert(releaseOrder_.end(), objectId);
-    unusedBytes_ += bytesOfIdLocked(objectId);
-}
-
-size_t LMObjectPool::bytesOfIdLocked(uint64_t objectId) const
-{
-    auto bytes = objectBytes_.find(objectId);
-    return bytes == objectBytes_.end() ? 0 : bytes->second;
+    if (auto record = records_.find(objectId); record != records_.end()) {
+        record->second.releasedAt = ++releaseClock_;
+        unusedBytes_ += record->second.bytes;
+    }
 }
 
 std::shared_ptr<LMPooledObject> LMObjectPool::objectWithId(uint64_t objectId) const
@@ -101,16 +98,18 @@ void LMObjectPool::setObject(std::shared_ptr<LMPooledObject> object, uint64_t ob
 {
     const size_t bytes = object ? bytesOfObject(*object) : 0;
     std::lock_guard<std::mutex> lock(mutex_);
-    const size_t previous = bytesOfIdLocked(objectId);
-    allocatedBytes_ = allocatedBytes_ - previous + bytes;
-    if (releasePosition_.count(objectId))
-        unusedBytes_ = unusedBytes_ - previous + bytes;
+    auto count = retainCounts_.find(objectId);
+    const bool unused = count != retainCounts_.end() && count->second == 0;
+    Record& record = records_[objectId];
+    allocatedBytes_ = allocatedBytes_ - record.bytes + bytes;
+    if (unused)
+        unusedBytes_ = unusedBytes_ - record.bytes + bytes;
+    record.bytes = bytes;
     if (object) {
         objectStorage_[objectId] = std::move(object);
-        objectBytes_[objectId] = bytes;
     } else {
         objectStorage_.erase(objectId);
-        objectBytes_.erase(objectId);
+        records_.erase(objectId);
     }
 }
 
@@ -169,19 +168,19 @@ void LMObjectPool::setUnusedBytesBudget(size_t bytes)
 
 void LMObjectPool::trimUnusedObjects()
 {
-    // One id at a time, the hook without the lock. Releases meanwhile only add
-    // unused ids at the back; the one taken from the front stays unused, since
-    // leases do not run while the pool trims.
+    // One id at a time, the hook without the lock. Releases meanwhile only
+    // make more ids unused, and more recently; the one found stays unused,
+    // since leases do not run while the pool trims.
     for (uint64_t previous = LMNotFound;;) {
         uint64_t oldest = LMNotFound;
         {
             std::lock_guard<std::mutex> lock(mutex_);
-            if (unusedBytes_ <= unusedBytesBudget_ || releaseOrder_.empty())
+            if (unusedBytes_ <= unusedBytesBudget_)
                 return;
-            oldest = releaseOrder_.front();
+            oldest = leastRecentlyReleasedIdLocked();
         }
         // A deletion hook that kept the id would otherwise have us spin.
-        if (oldest == previous)
+        if (oldest == LMNotFound || oldest == previous)
             return;
         deleteObjectWithId(oldest);
         previous = oldest;
@@ -191,7 +190,23 @@ void LMObjectPool::trimUnusedObjects()
 uint64_t LMObjectPool::leastRecentlyReleasedId() const
 {
     std::lock_guard<std::mutex> lock(mutex_);
-    return releaseOrder_.empty() ? LMNotFound : releaseOrder_.front();
+    return leastRecentlyReleasedIdLocked();
+}
+
+uint64_t LMObjectPool::leastRecentlyReleasedIdLocked() const
+{
+    // Only ids with an object: one without weighs nothing.
+    uint64_t oldest = LMNotFound, oldestRelease = UINT64_MAX;
+    for (const auto& [objectId, count] : retainCounts_) {
+        if (count != 0)
+            continue;
+        auto record = records_.find(objectId);
+        if (record != records_.end() && record->second.releasedAt < oldestRelease) {
+            oldest = objectId;
+            oldestRelease = record->second.releasedAt;
+        }
+    }
+    return oldest;
 }
 
 size_t LMObjectPool::objectsAllocated() const
@@ -298,8 +313,6 @@ void LMObjectPool::teardown()
     std::lock_guard<std::mutex> lock(mutex_);
     retainCounts_.clear();
     objectStorage_.clear();
-    objectBytes_.clear();
-    releaseOrder_.clear();
-    releasePosition_.clear();
+    records_.clear();
     allocatedBytes_ = unusedBytes_ = 0;
 }

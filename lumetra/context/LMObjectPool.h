@@ -5,7 +5,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
-#include <list>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -110,7 +109,7 @@ private:
     // Bookkeeping of an id that becomes used or unused; the lock is held.
     void becameUsedLocked(uint64_t objectId);
     void becameUnusedLocked(uint64_t objectId);
-    size_t bytesOfIdLocked(uint64_t objectId) const;
+    uint64_t leastRecentlyReleasedIdLocked() const;
 
     mutable std::mutex mutex_;
     // Ordered maps: scans visit the lowest id first.
@@ -118,12 +117,17 @@ private:
     std::map<uint64_t, std::shared_ptr<LMPooledObject>> objectStorage_;
     uint64_t currentId_ = 0;
 
-    // The weight of each stored object, as it was when stored, and the sums.
-    std::unordered_map<uint64_t, size_t> objectBytes_;
+    // Of each stored object: its weight, as it was when stored, and when its
+    // id was last released, by a clock that counts releases. A lease and a
+    // release only update a record, so they allocate nothing; finding the
+    // least recently released id is a scan, which only trimming needs.
+    struct Record {
+        size_t bytes = 0;
+        uint64_t releasedAt = 0;
+    };
+    std::unordered_map<uint64_t, Record> records_;
+    uint64_t releaseClock_ = 0;
     size_t allocatedBytes_ = 0;
     size_t unusedBytes_ = 0;
     size_t unusedBytesBudget_ = SIZE_MAX;
-    // Unused ids, the least recently released first, and where each sits.
-    std::list<uint64_t> releaseOrder_;
-    std::unordered_map<uint64_t, std::list<uint64_t>::iterator> releasePosition_;
 };
