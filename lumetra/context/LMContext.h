@@ -22,7 +22,7 @@
 // The root object of a drawing graph. A context owns an off-screen OpenGL 3.2
 // core context and the serial GL queue that every GL call for it runs on,
 // the state cache of that GL context, a pool of render targets leased by
-// exact size, a cache of shader programs by name (compiled once, kept for the
+// the size of their texture, a cache of shader programs by name (compiled once, kept for the
 // context's life), and the geometry shared by every program: a full-viewport
 // quad whose texture coordinates are the context's dimensions in pixels, and
 // the vertex shader that passes them on.
@@ -64,9 +64,10 @@ public:
     // Creates the shared objects if needed, then binds the shared vertex array.
     void bindToSharedVAO();
 
-    // A render target of exactly these dimensions leased once by the caller,
-    // who gives it back exactly once with releaseRenderTarget; null when none
-    // could be made (the reason is logged).
+    // A render target whose texture is these dimensions floored, reporting
+    // these dimensions, leased once by the caller, who gives it back exactly
+    // once with releaseRenderTarget; null when none could be made (the reason
+    // is logged).
     std::shared_ptr<LMRenderTarget> requestRenderTargetWithDimensions(LMSize dimensions);
     // Makes the GL context current, sets the viewport to the target's floored
     // size and binds its framebuffer.
