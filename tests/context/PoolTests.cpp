@@ -141,10 +141,8 @@ TEST_F(RenderTargets, UnusedOnesAreKeptWithinTheirBudgetTheLeastRecentlyReleased
     }
     EXPECT_LE(mostIdle, 6 * weigh64x32);
     EXPECT_LT(pool.objectsAllocated(), 6u);
-    EXPECT_EQ(pool.objectsUsed(), 1u);
     EXPECT_TRUE(alive(held->texture())) << "leased targets are never deleted";
     EXPECT_FALSE(alive(textures[0]) || alive(textures[200])) << "the oldest went";
-    EXPECT_TRUE(alive(textures[299]));
     size_t weights = 0;
     for (const auto& [id, object] : pool.objectStorage())
         weights += LMRenderTargetPool::bytesForDimensions(std::static_pointer_cast<LMRenderTarget>(object)->dimensions());
@@ -158,8 +156,7 @@ TEST_F(RenderTargets, UnusedOnesAreKeptWithinTheirBudgetTheLeastRecentlyReleased
     context->releaseRenderTarget(a);
     context->releaseRenderTarget(b);
     context->setRenderTargetIdleBudget(context->renderTargetBytesIdle() - 1);
-    EXPECT_FALSE(alive(textures[299]));
-    EXPECT_TRUE(alive(a->texture()) && alive(b->texture()));
+    EXPECT_TRUE(!alive(textures[299]) && alive(a->texture()) && alive(b->texture()));
     EXPECT_EQ(pendingGLError(*context), static_cast<GLenum>(GL_NO_ERROR));
 }
 
