@@ -42,7 +42,7 @@ public:
     // deletes at once, on the GL queue, what is beyond it.
     size_t idleBudget() const { return unusedBytesBudget(); }
     void setIdleBudget(size_t bytes);
-    // What the targets weigh: all of them, and the unused ones.
+    // What the unused targets weigh; allocatedBytes() weighs them all.
     size_t idleBytes() const { return unusedBytes(); }
 
     uint64_t requestNewObjectId() override;
