@@ -248,6 +248,26 @@ void LMContext::flushUnusedTargets()
     renderTargetPool_->flushUnusedObjects();
 }
 
+size_t LMContext::renderTargetBytesAllocated() const
+{
+    return renderTargetPool_->allocatedBytes();
+}
+
+size_t LMContext::renderTargetBytesIdle() const
+{
+    return renderTargetPool_->idleBytes();
+}
+
+size_t LMContext::renderTargetIdleBudget() const
+{
+    return renderTargetPool_->idleBudget();
+}
+
+void LMContext::setRenderTargetIdleBudget(size_t bytes)
+{
+    renderTargetPool_->setIdleBudget(bytes);
+}
+
 bool LMContext::hasProgramWithName(std::string_view name) const
 {
     return programCache_.find(name) != programCache_.end();

@@ -22,7 +22,7 @@
 // The root object of a drawing graph. A context owns an off-screen OpenGL 3.2
 // core context and the serial GL queue that every GL call for it runs on,
 // the state cache of that GL context, a pool of render targets leased by
-// exact size, a cache of shader programs by name (compiled once, kept for the
+// the size of their texture, a cache of shader programs by name (compiled once, kept for the
 // context's life), and the geometry shared by every program: a full-viewport
 // quad whose texture coordinates are the context's dimensions in pixels, and
 // the vertex shader that passes them on.
@@ -64,9 +64,10 @@ public:
     // Creates the shared objects if needed, then binds the shared vertex array.
     void bindToSharedVAO();
 
-    // A render target of exactly these dimensions leased once by the caller,
-    // who gives it back exactly once with releaseRenderTarget; null when none
-    // could be made (the reason is logged).
+    // A render target whose texture is these dimensions floored, reporting
+    // these dimensions, leased once by the caller, who gives it back exactly
+    // once with releaseRenderTarget; null when none could be made (the reason
+    // is logged).
     std::shared_ptr<LMRenderTarget> requestRenderTargetWithDimensions(LMSize dimensions);
     // Makes the GL context current, sets the viewport to the target's floored
     // size and binds its framebuffer.
@@ -77,6 +78,15 @@ public:
     void releaseRenderTarget(const std::shared_ptr<LMRenderTarget>& target);
     // Deletes every render target that nobody leases.
     void flushUnusedTargets();
+    // What the render targets are taken to weigh (see LMRenderTargetPool):
+    // all of them, and those that nobody leases.
+    size_t renderTargetBytesAllocated() const;
+    size_t renderTargetBytesIdle() const;
+    // The most that unused render targets may weigh after a request: beyond
+    // it the least recently released are deleted. 256 MiB unless set;
+    // setting it deletes what is beyond it at once.
+    size_t renderTargetIdleBudget() const;
+    void setRenderTargetIdleBudget(size_t bytes);
 
     bool hasProgramWithName(std::string_view name) const;
     // The program cached under the name, compiled and linked first when there

@@ -2,11 +2,13 @@
 
 #include "lumetra/context/LMPooledObject.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
+#include <unordered_map>
 
 // The id that the scans return when nothing qualifies.
 inline constexpr uint64_t LMNotFound = 0x7FFFFFFFFFFFFFFFull;
@@ -16,6 +18,13 @@ inline constexpr uint64_t LMNotFound = 0x7FFFFFFFFFFFFFFFull;
 // first) and makes a new one through createObjectWithId only when there is
 // none. Releasing never destroys: unused objects stay for reuse until a flush
 // or the pool's teardown, both of which go through deleteObjectWithId.
+//
+// A pool may also bound what its unused objects cost: each object is weighed
+// once, when it is stored (bytesOfObject; the base pool's numbers weigh
+// nothing), and trimUnusedObjects deletes unused ids, the least recently
+// released first, until the unused ones weigh no more than the budget. The
+// budget is unlimited unless set, and nothing trims unless asked, so a pool
+// that sets neither keeps every unused object until a flush.
 //
 // Leases and releases may come from different threads: a small lock guards the
 // tables, and is never held while a hook runs, so hooks may do GL work on
@@ -54,6 +63,23 @@ public:
     // Deletes every allocated id that nobody leases.
     void flushUnusedObjects();
 
+    // What keeping the object costs, in bytes. Called without the lock, once
+    // per object, when it is stored.
+    virtual size_t bytesOfObject(const LMPooledObject& object) const;
+    // What the stored objects weigh: all of them, and those of unused ids.
+    size_t allocatedBytes() const;
+    size_t unusedBytes() const;
+    // The most that unused objects may weigh once trimUnusedObjects has run.
+    size_t unusedBytesBudget() const;
+    void setUnusedBytesBudget(size_t bytes);
+    // Deletes unused ids, the least recently released first, until the unused
+    // ones weigh no more than the budget. Leases must not run meanwhile (the
+    // render-target pool trims on its GL queue, where its leases run);
+    // releases may.
+    void trimUnusedObjects();
+    // The unused id released the longest time ago, or LMNotFound.
+    uint64_t leastRecentlyReleasedId() const;
+
     size_t objectsAllocated() const;
     size_t objectsUsed() const;
     size_t objectsUnused() const;
@@ -80,10 +106,28 @@ protected:
 
 private:
     uint64_t firstUnusedIdLocked(const ObjectTest* test) const;
+    // Bookkeeping of an id that becomes used or unused; the lock is held.
+    void becameUsedLocked(uint64_t objectId);
+    void becameUnusedLocked(uint64_t objectId);
+    uint64_t leastRecentlyReleasedIdLocked() const;
 
     mutable std::mutex mutex_;
     // Ordered maps: scans visit the lowest id first.
     std::map<uint64_t, uint64_t> retainCounts_;
     std::map<uint64_t, std::shared_ptr<LMPooledObject>> objectStorage_;
     uint64_t currentId_ = 0;
+
+    // Of each stored object: its weight, as it was when stored, and when its
+    // id was last released, by a clock that counts releases. A lease and a
+    // release only update a record, so they allocate nothing; finding the
+    // least recently released id is a scan, which only trimming needs.
+    struct Record {
+        size_t bytes = 0;
+        uint64_t releasedAt = 0;
+    };
+    std::unordered_map<uint64_t, Record> records_;
+    uint64_t releaseClock_ = 0;
+    size_t allocatedBytes_ = 0;
+    size_t unusedBytes_ = 0;
+    size_t unusedBytesBudget_ = SIZE_MAX;
 };

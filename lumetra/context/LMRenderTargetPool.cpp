@@ -3,9 +3,12 @@
 #include "lumetra/context/LMContext.h"
 #include "lumetra/platform/LMLog.h"
 
+#include <algorithm>
+
 LMRenderTargetPool::LMRenderTargetPool(std::weak_ptr<LMContext> context)
     : context_(std::move(context))
 {
+    setUnusedBytesBudget(defaultIdleBudget);
 }
 
 LMRenderTargetPool::~LMRenderTargetPool()
@@ -25,10 +28,16 @@ uint64_t LMRenderTargetPool::requestRenderTargetWithDimensions(LMSize dimensions
         objectId = requestNewObjectId();
         // A failed creation leaves an id with no target; it is dropped at once
         // rather than kept leased for the life of the pool.
-        if (!objectWithId(objectId)) {
+        if (std::shared_ptr<LMRenderTarget> target = renderTargetWithId(objectId)) {
+            // A reused target may have been made for another fraction of a
+            // pixel; it reports what its holder asked for.
+            target->setDimensions(dimensions);
+        } else {
             LMObjectPool::deleteObjectWithId(objectId);
             objectId = LMNotFound;
         }
+        // Here, on the queue, no other lease can take what is being trimmed.
+        trimUnusedObjects();
     });
     return objectId;
 }
@@ -40,9 +49,15 @@ std::shared_ptr<LMRenderTarget> LMRenderTargetPool::renderTargetWithId(uint64_t 
 
 uint64_t LMRenderTargetPool::requestNewObjectId()
 {
-    const LMSize wanted = requestedDims_;
-    return requestNewObjectIdPassing([wanted](const std::shared_ptr<LMPooledObject>& object) {
-        return object && static_cast<const LMRenderTarget&>(*object).dimensions() == wanted;
+    // Sizes that differ by a fraction of a pixel make the same texture; told
+    // apart, a size that drifts by fractions would fill the pool with copies.
+    const GLint width = LMFloorToGLint(requestedDims_.width);
+    const GLint height = LMFloorToGLint(requestedDims_.height);
+    return requestNewObjectIdPassing([width, height](const std::shared_ptr<LMPooledObject>& object) {
+        if (!object)
+            return false;
+        const LMSize size = static_cast<const LMRenderTarget&>(*object).dimensions();
+        return LMFloorToGLint(size.width) == width && LMFloorToGLint(size.height) == height;
     });
 }
 
@@ -99,4 +114,27 @@ void LMRenderTargetPool::deleteObjectWithId(uint64_t objectId)
         });
     }
     LMObjectPool::deleteObjectWithId(objectId);
+}
+
+size_t LMRenderTargetPool::bytesForDimensions(LMSize dimensions)
+{
+    const size_t width = static_cast<size_t>(std::max(LMFloorToGLint(dimensions.width), 0));
+    const size_t height = static_cast<size_t>(std::max(LMFloorToGLint(dimensions.height), 0));
+    return width * height * 8 + 4096;
+}
+
+size_t LMRenderTargetPool::bytesOfObject(const LMPooledObject& object) const
+{
+    return bytesForDimensions(static_cast<const LMRenderTarget&>(object).dimensions());
+}
+
+void LMRenderTargetPool::setIdleBudget(size_t bytes)
+{
+    setUnusedBytesBudget(bytes);
+    // On the queue, as after a request, so that no lease runs meanwhile;
+    // without a context there is no GL name left to delete.
+    if (std::shared_ptr<LMContext> owner = context_.lock(); owner && owner->openGLContext())
+        owner->executeOpenGL([this] { trimUnusedObjects(); });
+    else
+        trimUnusedObjects();
 }

@@ -1,8 +1,8 @@
 #include "lumetra/view/LMDrawableView.h"
 
 #include "lumetra/context/LMVertexAttribute.h"
-#include "lumetra/platform/LMEGLDisplay.h"
 #include "lumetra/platform/LMLog.h"
+#include "lumetra/view/LMX11Connection.h"
 
 #include <X11/Xlib.h>
 #include <algorithm>
@@ -56,10 +56,11 @@ GLuint compileShader(GLenum type, const char* source, const char* failureFormat)
     return shader;
 }
 
+// Null without an X server and once the connection broke: a broken
+// connection is never used again.
 Display* x11Display()
 {
-    LMEGLDisplay* display = LMEGLDisplay::shared();
-    return display ? static_cast<Display*>(display->x11Display()) : nullptr;
+    return static_cast<Display*>(LMX11Connection::display());
 }
 
 // X11 sizes are 16-bit and never zero; NaN, negative and huge frames are
@@ -119,20 +120,52 @@ void LMDrawableView::initWithContext(const std::shared_ptr<LMContext>& context)
 
 LMDrawableView::~LMDrawableView()
 {
+    // A loss not yet noticed is found before GL touches the window surface.
+    const bool usable = hasUsableWindow();
     teardownOpenGL();
-    if (Display* x11 = x11Display(); x11 && window_) {
+    if (Display* x11 = x11Display(); x11 && usable) {
         XDestroyWindow(x11, window_);
         XFlush(x11);
+    }
+    LMX11Connection::forget(window_);
+}
+
+bool LMDrawableView::hasUsableWindow()
+{
+    if (!window_ || abandoned_)
+        return false;
+    if (!LMX11Connection::check()) {
+        abandonWindow("LMDrawableView: The X server has gone; the view will draw nothing");
+        return false;
+    }
+    if (LMX11Connection::resourceGone(window_)) {
+        abandonWindow("LMDrawableView: The view's window is gone; it will draw nothing");
+        return false;
+    }
+    return true;
+}
+
+void LMDrawableView::abandonWindow(const char* line)
+{
+    LMLog("%s", line);
+    abandoned_ = true;
+    // Off the window surface for good: GL work that follows (the teardown's)
+    // runs without one, and nothing is ever swapped to the window again.
+    if (openGLContext_) {
+        openGLContext_->lock();
+        openGLContext_->setView(0);
+        openGLContext_->unlock();
     }
 }
 
 void LMDrawableView::createWindow()
 {
     Display* x11 = x11Display();
-    if (!x11) {
+    if (!x11 || !LMX11Connection::check()) {
         LMLog("LMDrawableView: No X11 display to show the view on; it will draw nothing");
         return;
     }
+    LMX11Connection::watch();
     // The screen's default visual: EGL offers a window config for it, and an
     // embedding toolkit's windows use it too. Black until the first frame.
     const int screen = DefaultScreen(x11);
@@ -200,7 +233,7 @@ void LMDrawableView::setupOpenGL()
 {
     teardownOpenGL();
     std::shared_ptr<LMContext> context = this->context();
-    if (!context || !window_)
+    if (!context || !hasUsableWindow())
         return;
     if (!context->openGLContext()) {
         LMLog("LMDrawableView: The rendering context has no OpenGL context to share objects with");
@@ -353,7 +386,7 @@ bool LMDrawableView::isFramebufferComplete()
 void LMDrawableView::redraw()
 {
     std::shared_ptr<LMContext> context = this->context();
-    if (!context || !input_ || !openGLContext_)
+    if (!context || !input_ || !openGLContext_ || !hasUsableWindow())
         return;
     if (input_->context() != context) {
         // Its texture name would mean nothing, or something else, in our share group.
@@ -381,8 +414,10 @@ void LMDrawableView::redraw()
         glFlush();
         // The window surface is back-buffered on Mesa's X11 platform, so the
         // frame appears only with a swap; the surface keeps its back buffer,
-        // so pixels outside the image stay as they were.
-        openGLContext_->flushBuffer();
+        // so pixels outside the image stay as they were. Asked again just
+        // before: a swap on a connection that broke spins for ever in Mesa.
+        if (hasUsableWindow())
+            openGLContext_->flushBuffer();
     }
     if (rendered)
         glDeleteSync(rendered);
@@ -396,7 +431,7 @@ void LMDrawableView::reshape()
 void LMDrawableView::updateChildFrame()
 {
     Display* x11 = x11Display();
-    if (!x11 || !window_)
+    if (!x11 || !hasUsableWindow())
         return;
     Window root = 0;
     int x = 0, y = 0;
@@ -415,7 +450,7 @@ void LMDrawableView::updateChildFrame()
 void LMDrawableView::setFrame(LMRect frame)
 {
     frame_ = frame;
-    if (Display* x11 = x11Display(); x11 && window_) {
+    if (Display* x11 = x11Display(); x11 && hasUsableWindow()) {
         XMoveResizeWindow(x11, window_, windowPosition(frame.x), windowPosition(frame.y), windowExtent(frame.width),
                           windowExtent(frame.height));
         XSync(x11, False);
@@ -427,7 +462,7 @@ void LMDrawableView::setHidden(bool hidden)
 {
     hidden_ = hidden;
     Display* x11 = x11Display();
-    if (!x11 || !window_)
+    if (!x11 || !hasUsableWindow())
         return;
     if (hidden)
         XUnmapWindow(x11, window_);

@@ -27,7 +27,10 @@
 // a window, it serves one thread at a time.
 //
 // Without an X server (or on a process whose EGL display is not the X11 one)
-// the view logs so when it is created and then does nothing.
+// the view logs so when it is created and then does nothing. When its window
+// is destroyed by someone else, or its X server goes away, the view logs
+// once, lets go of its window surface, and from then on does nothing; the
+// rendering context is not affected (see LMX11Connection).
 class LMDrawableView {
 public:
     // A view of the rendering context with a 1 by 1 window that has not
@@ -81,6 +84,9 @@ public:
     // Whether the window is unmapped; a new view's window is.
     bool isHidden() const { return hidden_; }
     void setHidden(bool hidden);
+    // Whether the view has a window that it can still draw into: false
+    // without an X server, and once the window or the X server has gone.
+    bool hasUsableWindow();
 
     // The view's GL context and its lock.
     void lockContext();
@@ -128,6 +134,9 @@ protected:
 private:
     void createWindow();
     void teardownOpenGL();
+    // Logs the line, lets go of the window surface, and makes every later
+    // operation a no-op.
+    void abandonWindow(const char* line);
     void waitForRendering(const std::shared_ptr<LMContext>& context);
 
     std::shared_ptr<LMImage> input_;
@@ -147,4 +156,5 @@ private:
     LMRect frame_;
     unsigned long window_ = 0;
     bool hidden_ = true;
+    bool abandoned_ = false;
 };

@@ -46,10 +46,50 @@ TEST(LMObjectPool, CountsLeasesAndReusesTheLowestUnusedIdUntilAFlush)
     EXPECT_EQ(capture.lines(), (std::vector<std::string>{"LMObjectPool ran out of object ids!"}));
 }
 
-// Same size again, after a release: the same target and nothing new made. A
-// target's texture is floored, a 16-bit RGB rectangle sampled linearly and
-// clamped; binding the target sets the viewport to that floored size.
-TEST_F(RenderTargets, AreReusedByExactSize)
+// A pool whose objects weigh 10 bytes each.
+class WeighedPool : public LMObjectPool {
+public:
+    size_t bytesOfObject(const LMPooledObject&) const override { return 10; }
+};
+
+// Trimming deletes by release order, not by id, and stops within the budget;
+// a lease takes an id out of the order, and a second release of an unused id
+// neither counts its weight twice nor queues it twice.
+TEST(LMObjectPool, TrimsUnusedObjectsTheLeastRecentlyReleasedFirstDownToTheBudget)
+{
+    using Counts = std::map<uint64_t, uint64_t>;
+    WeighedPool pool;
+    for (int i = 0; i < 5; ++i)
+        pool.requestNewObjectId();
+    for (uint64_t id : {3u, 1u, 4u, 0u, 0u})
+        pool.releaseObjectWithId(id);
+    EXPECT_EQ(pool.allocatedBytes(), 50u);
+    EXPECT_EQ(pool.unusedBytes(), 40u);
+    pool.trimUnusedObjects();
+    EXPECT_EQ(pool.retainCounts(), (Counts{{0, 0}, {1, 0}, {2, 1}, {3, 0}, {4, 0}})) << "the budget is unlimited";
+
+    pool.setUnusedBytesBudget(20);
+    pool.trimUnusedObjects();
+    EXPECT_EQ(pool.retainCounts(), (Counts{{0, 0}, {2, 1}, {4, 0}}));
+    EXPECT_EQ(pool.allocatedBytes(), 30u);
+    EXPECT_EQ(pool.requestNewObjectId(), 0u);
+    EXPECT_EQ(pool.unusedBytes(), 10u);
+    EXPECT_EQ(pool.leastRecentlyReleasedId(), 4u);
+    pool.releaseObjectWithId(0);
+    pool.setUnusedBytesBudget(10);
+    pool.trimUnusedObjects();
+    EXPECT_EQ(pool.retainCounts(), (Counts{{0, 0}, {2, 1}})) << "0 was released after 4";
+    pool.flushUnusedObjects();
+    EXPECT_EQ(pool.unusedBytes(), 0u);
+    EXPECT_EQ(pool.leastRecentlyReleasedId(), LMNotFound);
+    EXPECT_EQ(pool.allocatedBytes(), 10u);
+}
+
+// A size is the size of the texture: requests that floor to the same whole
+// pixels share targets, and the target reports the latest request. Nothing
+// new is made for them. A target's texture is a 16-bit RGB rectangle sampled
+// linearly and clamped; binding the target sets the viewport to its size.
+TEST_F(RenderTargets, AreReusedByTheSizeOfTheirTexture)
 {
     auto first = context->requestRenderTargetWithDimensions({100.7, 50.2});
     auto second = context->requestRenderTargetWithDimensions({100.7, 50.2});
@@ -57,7 +97,10 @@ TEST_F(RenderTargets, AreReusedByExactSize)
     context->releaseRenderTarget(first);
     EXPECT_EQ(context->requestRenderTargetWithDimensions({100.7, 50.2}), first);
     context->releaseRenderTarget(first);
-    EXPECT_NE(context->requestRenderTargetWithDimensions({100.7, 50.5}), first) << "a fraction more is another size";
+    EXPECT_EQ(context->requestRenderTargetWithDimensions({100.000001, 50.5}), first) << "the same 100 by 50 texture";
+    EXPECT_EQ(first->dimensions(), (LMSize{100.000001, 50.5}));
+    context->releaseRenderTarget(first);
+    EXPECT_NE(context->requestRenderTargetWithDimensions({100.7, 51}), first) << "a pixel more is another size";
     context->releaseRenderTarget(nullptr); // does nothing
     EXPECT_EQ(pool.retainCounts(), (std::map<uint64_t, uint64_t>{{0, 0}, {1, 1}, {2, 1}})) << "no more were made";
 
@@ -73,6 +116,48 @@ TEST_F(RenderTargets, AreReusedByExactSize)
     });
     EXPECT_EQ(state, (std::vector<GLint>{0, 0, 100, 50, 100, 50, GL_RGB16, GL_LINEAR, GL_LINEAR, GL_CLAMP_TO_EDGE,
                                          GL_CLAMP_TO_EDGE}));
+}
+
+// A filter whose output size changes every frame: what was released is
+// deleted, the least recently released first, once the unused targets weigh
+// more than the budget, while recent sizes stay for reuse. Deleted targets
+// lose their GL names; the weights are exact.
+TEST_F(RenderTargets, UnusedOnesAreKeptWithinTheirBudgetTheLeastRecentlyReleasedGoingFirst)
+{
+    EXPECT_EQ(context->renderTargetIdleBudget(), size_t(256) << 20);
+    const size_t weigh64x32 = 64 * 32 * 8 + 4096;
+    EXPECT_EQ(LMRenderTargetPool::bytesForDimensions({64.9, 32.5}), weigh64x32);
+    context->setRenderTargetIdleBudget(6 * weigh64x32);
+
+    std::vector<GLuint> textures;
+    size_t mostIdle = 0;
+    auto held = context->requestRenderTargetWithDimensions({8, 8});
+    for (int frame = 0; frame < 300; ++frame) {
+        auto target = context->requestRenderTargetWithDimensions({16.0 + frame, 16});
+        ASSERT_TRUE(target);
+        mostIdle = std::max(mostIdle, context->renderTargetBytesIdle());
+        textures.push_back(target->texture());
+        context->releaseRenderTarget(target);
+    }
+    EXPECT_LE(mostIdle, 6 * weigh64x32);
+    EXPECT_LT(pool.objectsAllocated(), 6u);
+    EXPECT_TRUE(alive(held->texture())) << "leased targets are never deleted";
+    EXPECT_FALSE(alive(textures[0]) || alive(textures[200])) << "the oldest went";
+    size_t weights = 0;
+    for (const auto& [id, object] : pool.objectStorage())
+        weights += LMRenderTargetPool::bytesForDimensions(std::static_pointer_cast<LMRenderTarget>(object)->dimensions());
+    EXPECT_EQ(context->renderTargetBytesAllocated(), weights);
+    EXPECT_EQ(context->renderTargetBytesIdle(), weights - LMRenderTargetPool::bytesForDimensions({8, 8}));
+
+    // Released 299, 297, 298 (so by release order, not by id): a budget that
+    // keeps two deletes 299's target at once, on the GL queue.
+    auto a = context->requestRenderTargetWithDimensions({16.0 + 297, 16});
+    auto b = context->requestRenderTargetWithDimensions({16.0 + 298, 16});
+    context->releaseRenderTarget(a);
+    context->releaseRenderTarget(b);
+    context->setRenderTargetIdleBudget(context->renderTargetBytesIdle() - 1);
+    EXPECT_TRUE(!alive(textures[299]) && alive(a->texture()) && alive(b->texture()));
+    EXPECT_EQ(pendingGLError(*context), static_cast<GLenum>(GL_NO_ERROR));
 }
 
 TEST_F(RenderTargets, FailedCreationsLogYieldNothingAndLeakNothing)

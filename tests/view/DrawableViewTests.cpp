@@ -5,7 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include <X11/Xlib.h>
 #include <cmath>
+#include <cstdlib>
 
 namespace {
 
@@ -122,4 +124,43 @@ TEST(DrawableViewWithoutContext, DoesNothingUntilItHasOneAndNeverFailsToResize)
     EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR)) << "odd sizes leave no GL error behind";
     view->unlockContext();
     EXPECT_TRUE(log.lines().empty()) << testing::PrintToString(log.lines());
+}
+
+// Another X client (a toolkit, a window manager, xkill) destroys the view's
+// window. Xlib's default handler would end the process on the BadWindow that
+// follows; the view logs once and does nothing from then on, and the
+// rendering context goes on drawing.
+TEST_F(DrawableView, WhoseWindowAnotherClientDestroyedLogsOnceAndDoesNothing)
+{
+    auto image = LMColor::redColor()->drawWithContext(context);
+    view->setInput(image);
+    ASSERT_EQ(shownAt(1, 1), 0xFF0000u);
+
+    Display* other = XOpenDisplay(std::getenv("DISPLAY"));
+    ASSERT_TRUE(other);
+    XDestroyWindow(other, view->x11Window());
+    XSync(other, False);
+    XCloseDisplay(other);
+
+    LogCapture log;
+    for (int round = 0; round < 2; ++round) {
+        view->redraw();
+        view->setFrame({0, 0, 100, 80});
+        view->reshape();
+        view->setHidden(round == 1);
+        view->setShouldConvertToSRGB(round == 0);
+        view->setInput(LMColor::greenColor()->drawWithContext(context));
+        view->setContext(context);
+    }
+    EXPECT_EQ(log.lines(), (std::vector<std::string>{"LMDrawableView: The view's window is gone; it will draw nothing"}));
+    EXPECT_TRUE(LMColor::blueColor()->drawWithContext(context)->readPixelColorAtX(0, 0)) << "drawing goes on";
+
+    // A new view gets a window of its own and shows what it is given.
+    auto next = LMDrawableView::viewWithContext(context);
+    next->setFrame({0, 0, 64, 48});
+    next->setHidden(false);
+    next->setInput(image);
+    EXPECT_EQ(WindowCapture::ofWindow(next->x11Window()).pixelAt(1, 1), 0xFF0000u);
+    view.reset();
+    EXPECT_EQ(log.lines().size(), 1u) << "and the gone window's view goes quietly";
 }

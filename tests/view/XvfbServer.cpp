@@ -3,6 +3,8 @@
 // accepts connections. DISPLAY is set before any test makes a GL context, so
 // the process's EGL display is the X11 one.
 
+#include "view/XvfbServer.h"
+
 #include <gtest/gtest.h>
 
 #include <csignal>
@@ -13,13 +15,16 @@
 
 namespace {
 
+pid_t serverPid = 0;
+
 class XvfbServer : public testing::Environment {
 public:
     void SetUp() override
     {
         int pipeFds[2];
         ASSERT_EQ(pipe(pipeFds), 0);
-        if (fork() == 0) {
+        serverPid = fork();
+        if (serverPid == 0) {
             // The server ends with this process, however the process ends.
             prctl(PR_SET_PDEATHSIG, SIGTERM);
             close(pipeFds[0]);
@@ -46,3 +51,8 @@ public:
 [[maybe_unused]] testing::Environment* const xvfbServer = testing::AddGlobalTestEnvironment(new XvfbServer);
 
 } // namespace
+
+pid_t xvfbServerPid()
+{
+    return serverPid > 0 ? serverPid : 0;
+}
