@@ -49,10 +49,16 @@ std::shared_ptr<LMRenderTarget> LMRenderTargetPool::renderTargetWithId(uint64_t 
 
 uint64_t LMRenderTargetPool::requestNewObjectId()
 {
+    const LMSize requested = requestedDims_;
+    if (!reusesByTextureSize_) {
+        return requestNewObjectIdPassing([requested](const std::shared_ptr<LMPooledObject>& object) {
+            return object && static_cast<const LMRenderTarget&>(*object).dimensions() == requested;
+        });
+    }
     // Sizes that differ by a fraction of a pixel make the same texture; told
-    // apart, a size that drifts by fractions would fill the pool with copies.
-    const GLint width = LMFloorToGLint(requestedDims_.width);
-    const GLint height = LMFloorToGLint(requestedDims_.height);
+    // apart, a size that drifts by fractions makes a texture for each.
+    const GLint width = LMFloorToGLint(requested.width);
+    const GLint height = LMFloorToGLint(requested.height);
     return requestNewObjectIdPassing([width, height](const std::shared_ptr<LMPooledObject>& object) {
         if (!object)
             return false;

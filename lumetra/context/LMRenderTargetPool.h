@@ -9,9 +9,11 @@
 
 class LMContext;
 
-// A context's render targets, reused by the size their texture really has: a
-// request gets an unused target whose floored width and height equal the
-// request's (its dimensions then become the requested ones), or a new one.
+// A context's render targets, reused by size: a request gets an unused
+// target of exactly the requested dimensions (compared as doubles), or a new
+// one. With reusesByTextureSize() a request takes any unused target whose
+// texture has the floored size it asks for (its dimensions then become the
+// requested ones), so sizes that drift by fractions of a pixel share one.
 //
 // Unused targets are kept for reuse until a flush, within a budget: after
 // every request, the least recently released unused targets are deleted
@@ -44,6 +46,9 @@ public:
     void setIdleBudget(size_t bytes);
     // What the unused targets weigh; allocatedBytes() weighs them all.
     size_t idleBytes() const { return unusedBytes(); }
+    // Off by default: exact sizes, as documented.
+    bool reusesByTextureSize() const { return reusesByTextureSize_; }
+    void setReusesByTextureSize(bool reuses) { reusesByTextureSize_ = reuses; }
 
     uint64_t requestNewObjectId() override;
     std::shared_ptr<LMPooledObject> createObjectWithId(uint64_t objectId) override;
@@ -59,4 +64,5 @@ private:
     std::weak_ptr<LMContext> context_;
     // The size of the request in progress, read by the reuse test and creation.
     LMSize requestedDims_;
+    bool reusesByTextureSize_ = false;
 };

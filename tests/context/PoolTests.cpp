@@ -89,7 +89,7 @@ TEST(LMObjectPool, TrimsUnusedObjectsTheLeastRecentlyReleasedFirstDownToTheBudge
 // pixels share targets, and the target reports the latest request. Nothing
 // new is made for them. A target's texture is a 16-bit RGB rectangle sampled
 // linearly and clamped; binding the target sets the viewport to its size.
-TEST_F(RenderTargets, AreReusedByTheSizeOfTheirTexture)
+TEST_F(RenderTargets, AreReusedByExactSizeOrOnRequestByTheSizeOfTheirTexture)
 {
     auto first = context->requestRenderTargetWithDimensions({100.7, 50.2});
     auto second = context->requestRenderTargetWithDimensions({100.7, 50.2});
@@ -97,12 +97,17 @@ TEST_F(RenderTargets, AreReusedByTheSizeOfTheirTexture)
     context->releaseRenderTarget(first);
     EXPECT_EQ(context->requestRenderTargetWithDimensions({100.7, 50.2}), first);
     context->releaseRenderTarget(first);
+    auto exact = context->requestRenderTargetWithDimensions({100.000001, 50.5});
+    EXPECT_NE(exact, first) << "by default sizes are compared as doubles";
+    context->releaseRenderTarget(exact);
+    pool.setReusesByTextureSize(true);
     EXPECT_EQ(context->requestRenderTargetWithDimensions({100.000001, 50.5}), first) << "the same 100 by 50 texture";
     EXPECT_EQ(first->dimensions(), (LMSize{100.000001, 50.5}));
     context->releaseRenderTarget(first);
     EXPECT_NE(context->requestRenderTargetWithDimensions({100.7, 51}), first) << "a pixel more is another size";
     context->releaseRenderTarget(nullptr); // does nothing
-    EXPECT_EQ(pool.retainCounts(), (std::map<uint64_t, uint64_t>{{0, 0}, {1, 1}, {2, 1}})) << "no more were made";
+    EXPECT_EQ(pool.retainCounts(), (std::map<uint64_t, uint64_t>{{0, 0}, {1, 1}, {2, 0}, {3, 1}}))
+        << "no more were made";
 
     context->bindToRenderTarget(first);
     std::vector<GLint> state(4);
