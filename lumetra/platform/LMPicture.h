@@ -55,8 +55,8 @@ public:
                                                      LMContentScaleMode mode) const;
     std::shared_ptr<LMImage> lumetraImageWithContext(const std::shared_ptr<LMContext>& context) const;
     // The image's pixels read back into a new picture of its floored size,
-    // alpha opaque. Null for a null image, one whose context is gone, or one
-    // with no render target.
+    // alpha opaque. Null for a null image, one whose context is gone, one
+    // with no render target, or when GL reports an error reading it (logged).
     static std::shared_ptr<LMPicture> imageWithLMImage(const std::shared_ptr<LMImage>& image);
 
 private:
