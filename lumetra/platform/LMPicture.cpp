@@ -1,5 +1,6 @@
 #include "lumetra/platform/LMPicture.h"
 
+#include "lumetra/platform/LMPictureOutputFile.h"
 #include "lumetra/platform/LMLog.h"
 #include "lumetra/platform/LMPictureFiles.h"
 
@@ -166,23 +167,14 @@ bool LMPicture::writeToFile(const std::string& path,
     std::shared_ptr<LMBitmap> raster = asStored ? bitmap_ : rasterizedBitmap();
     if (!raster)
         return false;
-    FileHandle file(std::fopen(path.c_str(), "wb"));
-    if (!file) {
-        LMLog("LMPicture: Cannot write %s: %s", path.c_str(), std::strerror(errno));
-        return false;
-    }
 
     std::string error;
-    bool written = write(*raster, file.get(), error);
-    // A full disk shows only when the buffered rest is flushed.
-    if (written && std::fclose(file.release()) != 0) {
+    LMPictureOutputFile destination(path);
+    std::FILE* file = destination.open(error);
+    bool written = file && write(*raster, file, error);
+    if (file && !destination.commit(written, error))
         written = false;
-        error = std::strerror(errno);
-    }
-    if (!written) {
-        file.reset();
-        std::remove(path.c_str());
+    if (!written)
         LMLog("LMPicture: Cannot write %s: %s", path.c_str(), error.c_str());
-    }
     return written;
 }
