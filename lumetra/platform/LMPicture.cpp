@@ -10,6 +10,8 @@
 #include <cstring>
 #include <functional>
 #include <new>
+#include <string>
+#include <sys/stat.h>
 #include <vector>
 
 namespace {
@@ -32,21 +34,34 @@ PictureFormat formatOf(const uint8_t* start, size_t length)
     return PictureFormat::unknown;
 }
 
-// The whole file, in blocks that double. Reading stops after the first block
-// when that already shows the file is no picture, so a large file of another
-// kind costs nothing. False, with errno, when reading failed.
-bool readFile(std::FILE* file, std::vector<uint8_t>& bytes)
+// The whole file, in blocks that double, but never more than `limit` + 1
+// bytes: one past the limit shows that the file is longer. Reading stops
+// after the first block when that already shows the file is no picture, so a
+// large file of another kind costs nothing. False, with errno, when reading
+// failed.
+bool readFile(std::FILE* file, size_t limit, std::vector<uint8_t>& bytes)
 {
     size_t length = 0;
     for (size_t block = 64 * 1024;; block *= 2) {
+        block = std::min(block, limit + 1 - length);
         bytes.resize(length + block);
         const size_t got = std::fread(bytes.data() + length, 1, block, file);
         length += got;
-        if (got < block || formatOf(bytes.data(), length) == PictureFormat::unknown)
+        if (got < block || length > limit || formatOf(bytes.data(), length) == PictureFormat::unknown)
             break;
     }
     bytes.resize(length);
     return !std::ferror(file);
+}
+
+// "2 GiB", "1 MiB", or a number of bytes.
+std::string sizeText(size_t bytes)
+{
+    if (bytes >= (size_t(1) << 30) && bytes % (size_t(1) << 30) == 0)
+        return std::to_string(bytes >> 30) + " GiB";
+    if (bytes >= (size_t(1) << 20) && bytes % (size_t(1) << 20) == 0)
+        return std::to_string(bytes >> 20) + " MiB";
+    return std::to_string(bytes) + " bytes";
 }
 
 // Nearest sample: a bitmap drawn at its own size is copied exactly.
@@ -88,18 +103,33 @@ std::shared_ptr<LMPicture> LMPicture::pictureWithContentsOfFile(const std::strin
         LMLog("LMPicture: Cannot open %s: %s", path.c_str(), std::strerror(errno));
         return nullptr;
     }
+    return pictureWithBitmap(LMReadPictureFile(file.get(), path, largestFileBytes));
+}
+
+std::shared_ptr<LMBitmap> LMReadPictureFile(std::FILE* file, const std::string& name, size_t limit)
+{
+    auto refuse = [&] {
+        LMLog("LMPicture: Cannot read %s: it holds more than %s, more than any picture file", name.c_str(),
+              sizeText(limit).c_str());
+        return nullptr;
+    };
+    // A regular file says how long it is: one too long is not read at all.
+    struct stat status {};
+    if (fstat(fileno(file), &status) == 0 && S_ISREG(status.st_mode) && uint64_t(status.st_size) > limit)
+        return refuse();
     std::vector<uint8_t> bytes;
     try {
-        if (!readFile(file.get(), bytes)) {
-            LMLog("LMPicture: Cannot read %s: %s", path.c_str(), std::strerror(errno));
+        if (!readFile(file, limit, bytes)) {
+            LMLog("LMPicture: Cannot read %s: %s", name.c_str(), std::strerror(errno));
             return nullptr;
         }
     } catch (const std::bad_alloc&) {
-        LMLog("LMPicture: Cannot read %s: out of memory", path.c_str());
+        LMLog("LMPicture: Cannot read %s: out of memory", name.c_str());
         return nullptr;
     }
-    file.reset();
-    return pictureWithBitmap(LMReadPictureData(bytes.data(), bytes.size(), path));
+    if (bytes.size() > limit)
+        return refuse();
+    return LMReadPictureData(bytes.data(), bytes.size(), name);
 }
 
 std::shared_ptr<LMBitmap> LMReadPictureData(const uint8_t* data, size_t length, const std::string& name)
