@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <functional>
 #include <new>
@@ -34,24 +35,54 @@ PictureFormat formatOf(const uint8_t* start, size_t length)
     return PictureFormat::unknown;
 }
 
-// The whole file, in blocks that double, but never more than `limit` + 1
-// bytes: one past the limit shows that the file is longer. Reading stops
-// after the first block when that already shows the file is no picture, so a
-// large file of another kind costs nothing. False, with errno, when reading
-// failed.
-bool readFile(std::FILE* file, size_t limit, std::vector<uint8_t>& bytes)
-{
+// Bytes read from a file, in one block that grows with realloc: the C
+// library grows a large block by remapping its pages, so a stream read up to
+// the limit costs about the limit in memory, not twice or three times it as a
+// vector's copies and zero-filling would.
+struct ReadBuffer {
+    uint8_t* bytes = nullptr;
     size_t length = 0;
-    for (size_t block = 64 * 1024;; block *= 2) {
-        block = std::min(block, limit + 1 - length);
-        bytes.resize(length + block);
-        const size_t got = std::fread(bytes.data() + length, 1, block, file);
-        length += got;
-        if (got < block || length > limit || formatOf(bytes.data(), length) == PictureFormat::unknown)
-            break;
+    size_t capacity = 0;
+
+    ReadBuffer() = default;
+    ReadBuffer(const ReadBuffer&) = delete;
+    ReadBuffer& operator=(const ReadBuffer&) = delete;
+    ~ReadBuffer() { std::free(bytes); }
+
+    bool growTo(size_t wanted)
+    {
+        void* grown = std::realloc(bytes, wanted);
+        if (!grown)
+            return false;
+        bytes = static_cast<uint8_t*>(grown);
+        capacity = wanted;
+        return true;
     }
-    bytes.resize(length);
-    return !std::ferror(file);
+};
+
+enum class ReadResult { whole, failed, outOfMemory };
+
+// The whole file, but never more than `limit` + 1 bytes: one past the limit
+// shows that the file is longer. After a first small block, a regular file
+// of `expected` bytes is read in one go; a stream (`expected` 0) doubles. Reading stops after the first block when that
+// already shows the file is no picture, so a large file of another kind
+// costs nothing. `failed` leaves errno set.
+ReadResult readFile(std::FILE* file, size_t limit, size_t expected, ReadBuffer& buffer)
+{
+    for (size_t block = 64 * 1024;;) {
+        block = std::min(block, limit + 1 - buffer.length);
+        if (!buffer.growTo(buffer.length + block))
+            return ReadResult::outOfMemory;
+        const size_t got = std::fread(buffer.bytes + buffer.length, 1, block, file);
+        buffer.length += got;
+        if (got < block || buffer.length > limit ||
+            formatOf(buffer.bytes, buffer.length) == PictureFormat::unknown)
+            break;
+        // The rest of a file of known size at once (and one byte more, to
+        // see its end), else twice as much as before.
+        block = expected >= buffer.length ? expected + 1 - buffer.length : block * 2;
+    }
+    return std::ferror(file) ? ReadResult::failed : ReadResult::whole;
 }
 
 // "2 GiB", "1 MiB", or a number of bytes.
@@ -115,21 +146,23 @@ std::shared_ptr<LMBitmap> LMReadPictureFile(std::FILE* file, const std::string& 
     };
     // A regular file says how long it is: one too long is not read at all.
     struct stat status {};
-    if (fstat(fileno(file), &status) == 0 && S_ISREG(status.st_mode) && uint64_t(status.st_size) > limit)
+    const bool regular = fstat(fileno(file), &status) == 0 && S_ISREG(status.st_mode);
+    if (regular && uint64_t(status.st_size) > limit)
         return refuse();
-    std::vector<uint8_t> bytes;
-    try {
-        if (!readFile(file, limit, bytes)) {
-            LMLog("LMPicture: Cannot read %s: %s", name.c_str(), std::strerror(errno));
-            return nullptr;
-        }
-    } catch (const std::bad_alloc&) {
+    ReadBuffer buffer;
+    switch (readFile(file, limit, regular ? size_t(status.st_size) : 0, buffer)) {
+    case ReadResult::failed:
+        LMLog("LMPicture: Cannot read %s: %s", name.c_str(), std::strerror(errno));
+        return nullptr;
+    case ReadResult::outOfMemory:
         LMLog("LMPicture: Cannot read %s: out of memory", name.c_str());
         return nullptr;
+    case ReadResult::whole:
+        break;
     }
-    if (bytes.size() > limit)
+    if (buffer.length > limit)
         return refuse();
-    return LMReadPictureData(bytes.data(), bytes.size(), name);
+    return LMReadPictureData(buffer.bytes, buffer.length, name);
 }
 
 std::shared_ptr<LMBitmap> LMReadPictureData(const uint8_t* data, size_t length, const std::string& name)
