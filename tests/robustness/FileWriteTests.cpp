@@ -119,10 +119,10 @@ TEST_F(FileWriteTest, AFolderTheWriterMayNotWriteToLeavesTheFileAsItWas)
     ASSERT_TRUE(noisePicture(8)->writePNGToFile(path));
     fs::permissions(path, fs::perms::all & ~(fs::perms::owner_exec | fs::perms::group_exec | fs::perms::others_exec));
     const std::string before = contents(path);
-    // Anyone may write the file, nobody but its owner the folder; the child
-    // is not the owner (a privileged test run gives the folder away).
-    fs::permissions(dir_, fs::perms::owner_all | fs::perms::group_read | fs::perms::group_exec |
-                              fs::perms::others_read | fs::perms::others_exec);
+    // Anyone may write the file, nobody the folder; a privileged child,
+    // whom permissions do not stop, becomes an ordinary user first.
+    fs::permissions(dir_, fs::perms::owner_read | fs::perms::owner_exec | fs::perms::group_read |
+                              fs::perms::group_exec | fs::perms::others_read | fs::perms::others_exec);
     const int status = inChild([&] {
         if (geteuid() == 0 && (setgid(65534) != 0 || setuid(65534) != 0))
             return false;
