@@ -139,18 +139,24 @@ TEST_F(FileWriteTest, AFolderTheWriterMayNotWriteToLeavesTheFileAsItWas)
 
 TEST_F(FileWriteTest, ADeviceIsWrittenInPlaceAndNeverRemoved)
 {
-    // Devices of our own, so that a regression cannot remove the machine's.
-    const fs::path full = dir_ / "full.png", null = dir_ / "null.png";
+    // Devices of our own where the process may make them, so that a
+    // regression cannot remove the machine's; a process that may not make
+    // them may not remove the machine's either.
+    fs::path full = dir_ / "full.png", null = dir_ / "null.png";
     if (mknod(full.c_str(), S_IFCHR | 0666, makedev(1, 7)) != 0 ||
-        mknod(null.c_str(), S_IFCHR | 0666, makedev(1, 3)) != 0)
-        GTEST_SKIP() << "this process may not make device nodes";
+        mknod(null.c_str(), S_IFCHR | 0666, makedev(1, 3)) != 0) {
+        ASSERT_NE(access("/dev", W_OK), 0);
+        full = "/dev/full";
+        null = "/dev/null";
+    }
     LogCapture log;
     EXPECT_FALSE(noisePicture()->writePNGToFile(full));
     EXPECT_TRUE(noisePicture()->writePNGToFile(null));
     EXPECT_TRUE(noisePicture()->writeJPEGToFile(null));
     EXPECT_TRUE(fs::is_character_file(full));
     EXPECT_TRUE(fs::is_character_file(null));
-    EXPECT_EQ(names(), (std::vector<std::string>{"full.png", "null.png"}));
+    for (const std::string& name : names())
+        EXPECT_TRUE(name == "full.png" || name == "null.png") << name << " left behind";
     EXPECT_EQ(log.lines(), std::vector<std::string>{"LMPicture: Cannot write " + full.string() +
                                                     ": No space left on device"});
 }
