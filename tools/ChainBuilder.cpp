@@ -11,8 +11,8 @@
 
 namespace {
 
-// A kernel file past this is not a kernel: refuse it before reading it all.
-constexpr std::streamoff maximumKernelBytes = 1 << 20;
+// A kernel file past this is not a kernel: refuse it, reading no further.
+constexpr size_t maximumKernelBytes = 1 << 20;
 
 } // namespace
 
@@ -96,13 +96,16 @@ std::string ChainBuilder::readKernelFile(const std::string& path)
     std::ifstream file(path, std::ios::binary);
     if (!file)
         throw CliError("cannot read kernel " + path + ": " + std::strerror(errno));
-    file.seekg(0, std::ios::end);
-    if (file.tellg() > maximumKernelBytes)
+    // Read, not measured: a device such as /dev/zero or a pipe has no size
+    // to measure and may never end. One byte past the limit is enough to
+    // know.
+    std::string source(maximumKernelBytes + 1, '\0');
+    file.read(source.data(), std::streamsize(source.size()));
+    if (file.bad())
+        throw CliError("cannot read kernel " + path + ": " + std::strerror(errno));
+    source.resize(size_t(file.gcount()));
+    if (source.size() > maximumKernelBytes)
         throw CliError("kernel " + path + " is larger than 1 MiB; is it a GLSL kernel?");
-    file.seekg(0);
-    std::stringstream text;
-    text << file.rdbuf();
-    std::string source = text.str();
     if (source.find('\0') != std::string::npos)
         throw CliError("kernel " + path + " is not a text file");
     if (source.find("main") == std::string::npos)

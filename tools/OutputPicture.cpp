@@ -6,10 +6,6 @@
 
 #include <algorithm>
 #include <cctype>
-#include <cerrno>
-#include <cstdio>
-#include <cstring>
-#include <unistd.h>
 
 namespace {
 
@@ -35,22 +31,13 @@ void writePicture(const std::shared_ptr<LMPicture>& picture, const std::string& 
 {
     if (!picture)
         throw CliError("nothing to write to " + path + ": the chain gave no image");
-    // Beside the final name, so that the rename stays on one file system.
-    const std::string partial = path + ".partial-" + std::to_string(getpid());
+    // The library writes beside the final name and renames into place, so a
+    // failure leaves what was there before.
     log.takeLines();
-    const bool written = isJPEGName(path) ? picture->writeJPEGToFile(partial) : picture->writePNGToFile(partial);
+    const bool written = isJPEGName(path) ? picture->writeJPEGToFile(path) : picture->writePNGToFile(path);
     if (!written) {
-        std::remove(partial.c_str());
-        std::string reason = log.lastLineContaining(partial);
-        const size_t at = reason.find(partial);
-        if (at != std::string::npos)
-            reason.replace(at, partial.size(), path);
+        const std::string reason = log.lastLineContaining(path);
         throw CliError(reason.empty() ? "cannot write " + path : reason);
-    }
-    if (std::rename(partial.c_str(), path.c_str()) != 0) {
-        const std::string why = std::strerror(errno);
-        std::remove(partial.c_str());
-        throw CliError("cannot write " + path + ": " + why);
     }
 }
 

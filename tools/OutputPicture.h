@@ -8,8 +8,10 @@
 #include <memory>
 #include <string>
 
-// Output files are written beside their final name and renamed into place,
-// so that a failure at any point leaves no partial picture behind.
+// Output files are written beside their final name and renamed into place
+// (by the library's picture writers), so that a failure at any point leaves
+// no partial picture behind and keeps the file that was there. A replaced
+// output keeps its permissions; its other hard links keep the old picture.
 
 // Throws a usage CliError unless the path ends in .png, .jpg or .jpeg.
 void checkOutputName(const std::string& path);

@@ -7,7 +7,11 @@
 
 #include <cstdio>
 #include <filesystem>
+#include <map>
+#include <optional>
 #include <set>
+#include <sys/stat.h>
+#include <tuple>
 #include <unistd.h>
 
 std::shared_ptr<LMContext> makeContext(LMSize size, LogRecorder& log)
@@ -41,8 +45,27 @@ std::string outputPathFor(const CommandLine& line, const std::string& input)
     return (std::filesystem::path(line.outputDirectory) / std::filesystem::path(input).filename()).string();
 }
 
+// The same file, however it is named (another spelling of the folder, a
+// link, a hard link): the device and inode, not the path.
+struct FileIdentity {
+    dev_t device;
+    ino_t inode;
+    bool operator<(const FileIdentity& other) const
+    {
+        return std::tie(device, inode) < std::tie(other.device, other.inode);
+    }
+};
+
+std::optional<FileIdentity> identityOf(const std::string& path)
+{
+    struct stat status {};
+    if (::stat(path.c_str(), &status) != 0)
+        return std::nullopt;
+    return FileIdentity{status.st_dev, status.st_ino};
+}
+
 // Everything that would make a batch fail halfway is checked before the first draw.
-void checkOutputs(const CommandLine& line)
+void checkOutputs(const CommandLine& line, const std::vector<CheckedFilter>& chain)
 {
     std::set<std::string> outputs;
     for (const std::string& input : line.inputs) {
@@ -50,6 +73,26 @@ void checkOutputs(const CommandLine& line)
         checkOutputName(output);
         if (!outputs.insert(output).second)
             throw CliError::usage("two inputs would both be written to " + output);
+    }
+    // A batch keeps the inputs' names: -O naming the inputs' own folder would
+    // replace each picture with its result, and a later one read again (a
+    // with= picture) would already be a result.
+    if (!line.outputDirectory.empty()) {
+        std::map<FileIdentity, std::string> read;
+        for (const std::string& input : line.inputs)
+            if (auto identity = identityOf(input))
+                read.emplace(*identity, input);
+        for (const CheckedFilter& filter : chain)
+            for (const auto& [key, file] : filter.files)
+                if (auto identity = identityOf(file))
+                    read.emplace(*identity, file);
+        for (const std::string& input : line.inputs) {
+            const std::string output = outputPathFor(line, input);
+            const std::optional<FileIdentity> identity = identityOf(output);
+            if (auto found = identity ? read.find(*identity) : read.end(); found != read.end())
+                throw CliError::usage("-O " + line.outputDirectory + " would write " + output + " over " +
+                                      found->second + ", which this run reads; choose another folder");
+        }
     }
     if (!line.outputDirectory.empty()) {
         std::error_code error;
@@ -90,7 +133,7 @@ struct ChainTimer {
 int runChainCommand(const CommandLine& line, LogRecorder& log)
 {
     const std::vector<CheckedFilter> chain = checkChain(line.chain);
-    checkOutputs(line);
+    checkOutputs(line, chain);
 
     // The first picture is read before the context exists: its size is the
     // context's unless --size says otherwise.

@@ -191,12 +191,49 @@ void LMContext::makeCurrentContext()
     glQueue_->dispatchSyncToQueue([this] { makeCurrentContextInternal(); });
 }
 
+namespace {
+
+// A block handed over from outside the GL queue may be the host's own GL,
+// which may leave any state behind, both before library work nested in it
+// and after it. So may the host's GL between two library calls inside such a
+// block: a call nested directly in it says so when it returns. Deeper blocks
+// are the library's own (a filter drawing its inputs), so a chain of filters
+// puts the state back at most twice however long it is.
+class BlockScope {
+public:
+    BlockScope(LMOpenGL& gl, bool outside)
+        : gl_(gl)
+        , outside_(outside)
+    {
+        if (outside_)
+            gl_.noteOutsideGL();
+        gl_.enterBlock();
+    }
+    ~BlockScope()
+    {
+        if (gl_.leaveBlock() == 1 || outside_)
+            gl_.noteOutsideGL();
+    }
+    BlockScope(const BlockScope&) = delete;
+    BlockScope& operator=(const BlockScope&) = delete;
+
+private:
+    LMOpenGL& gl_;
+    bool outside_;
+};
+
+} // namespace
+
 void LMContext::executeOpenGL(LMBlockRef block)
 {
     if (!openGLContext_)
         return;
-    glQueue_->dispatchSyncToQueue([this, &block] {
+    const bool outside = !glQueue_->isCurrentQueue();
+    // Held by the block: a block may end the context that runs it.
+    std::shared_ptr<LMOpenGL> gl = gl_;
+    glQueue_->dispatchSyncToQueue([this, &block, &gl, outside] {
         makeCurrentContextInternal();
+        BlockScope scope(*gl, outside);
         block();
     });
 }
@@ -205,12 +242,29 @@ void LMContext::executeOpenGLNoContextSwitch(LMBlockRef block)
 {
     if (!openGLContext_)
         return;
-    glQueue_->dispatchSyncToQueue(block);
+    const bool outside = !glQueue_->isCurrentQueue();
+    std::shared_ptr<LMOpenGL> gl = gl_;
+    glQueue_->dispatchSyncToQueue([&block, &gl, outside] {
+        BlockScope scope(*gl, outside);
+        block();
+    });
 }
 
 std::shared_ptr<LMRenderTarget> LMContext::requestRenderTargetWithDimensions(LMSize dimensions)
 {
-    const uint64_t targetId = renderTargetPool_->requestRenderTargetWithDimensions(dimensions);
+    uint64_t targetId = LMNotFound;
+    if (!openGLContext_) {
+        targetId = renderTargetPool_->requestRenderTargetWithDimensions(dimensions);
+    } else {
+        // A new target's texture is allocated by an upload of nothing, which
+        // a pixel-unpack buffer left bound would turn into a read from it.
+        // The pool's own block runs nested in this one, at once.
+        glQueue_->dispatchSyncToQueue([&] {
+            makeCurrentContextInternal();
+            gl_->restoreDrawingState();
+            targetId = renderTargetPool_->requestRenderTargetWithDimensions(dimensions);
+        });
+    }
     return targetId == LMNotFound ? nullptr : renderTargetPool_->renderTargetWithId(targetId);
 }
 

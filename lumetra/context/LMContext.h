@@ -57,6 +57,9 @@ public:
     // executeOpenGLNoContextSwitch blocks.
     void makeCurrentContext();
     // Runs the block on the GL queue with the GL context current, and waits.
+    // A block may leave GL state behind: the library's next draw, read-back
+    // or upload sets what it relies on (see LMOpenGL). The library leaves
+    // GL's defaults, so a host block relies on nothing it set in another.
     void executeOpenGL(LMBlockRef block);
     // Runs the block on the GL queue as it is, and waits: for work that
     // follows makeCurrentContext.

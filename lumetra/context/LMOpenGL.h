@@ -7,12 +7,24 @@
 
 #include <memory>
 
-// Stands between the library and a few binding calls of one GL context. Only
-// the viewport is cached: a viewport equal to the last one set through this
+// Stands between the library and the state of one GL context. Only the
+// viewport is cached: a viewport equal to the last one set through this
 // object is not sent again, which saves a call whenever consecutive targets
-// have one size. It trusts that nobody else sets the viewport of its GL
-// context; a host that does must reset currentViewport. Used only where its GL
-// context is current and its use is serialised, so it takes no lock.
+// have one size.
+//
+// A host runs GL of its own in the same context (executeOpenGL) and may leave
+// any state behind: pixel-store parameters, a bound pixel buffer, scissor,
+// colour mask, culling, rasterizer discard, logic op, blending, depth and
+// stencil tests, a polygon mode, sampler objects, a moved viewport. The
+// context calls noteOutsideGL around every block handed over from outside the
+// GL queue and after every block nested directly in one (the host's GL may
+// follow it there); the next library draw, clear or target creation then puts
+// the drawing state back once (restoreDrawingState), and later ones pay
+// nothing until the next such mark. Read-backs and uploads are rare and
+// costly anyway, so they set their whole pixel-store state every time.
+//
+// Used only where its GL context is current and its use is serialised, so it
+// takes no lock.
 class LMOpenGL {
 public:
     LMOpenGL() = default;
@@ -22,6 +34,39 @@ public:
     void bindVertexBuffer(const std::shared_ptr<LMVertexBuffer>& buffer);
     void setViewport(const LMRect& viewport);
     void setActiveTexture(GLenum texture);
+
+    // GL work the library does not control may have run: the next
+    // restoreDrawingState sends everything again and the viewport is sent
+    // whatever it was.
+    void noteOutsideGL() { outsideGLMayHaveRun_ = true; }
+    bool outsideGLMayHaveRun() const { return outsideGLMayHaveRun_; }
+    // The context's blocks running now, one inside the other; leaveBlock
+    // answers how many are left.
+    void enterBlock() { ++blockDepth_; }
+    int leaveBlock() { return --blockDepth_; }
+    // When outside GL may have run since the last call: every capability the
+    // library's draws and clears rely on back off (blend, scissor, culling,
+    // depth, stencil, logic op, rasterizer discard, dither, the first eight
+    // clip distances), all four colour channels written, polygons filled, no
+    // sampler objects on the texture units, no pixel-unpack buffer (which
+    // would turn a new target's allocation into a read from it), and the
+    // cached viewport forgotten. Otherwise nothing, not even a GL call.
+    void restoreDrawingState();
+    // The bound draw framebuffer draws its colour attachment 0 (a host that
+    // bound one of the library's framebuffers may have set another draw
+    // buffer on it): one query, and a call only when it is not so.
+    static void useColorAttachmentForDrawing();
+    // Packing as GL's defaults have it (tightly by rows of 4-byte alignment,
+    // no skips, no byte swapping), no pixel-pack buffer, and the bound read
+    // framebuffer reading its colour attachment 0: what glReadPixels into a
+    // buffer of the library's needs.
+    static void setReadBackState();
+    // Unpacking as GL's defaults have it and no pixel-unpack buffer: what
+    // glTexImage2D from a buffer of the library's needs.
+    static void setUploadState();
+    // The first GL error pending, after reading out all of them, so that the
+    // next check sees only its own. GL_NO_ERROR when none.
+    static GLenum takeErrors();
 
     std::shared_ptr<LMVertexArray> boundVAO() const { return boundVAO_.lock(); }
     void setBoundVAO(const std::shared_ptr<LMVertexArray>& array) { boundVAO_ = array; }
@@ -36,9 +81,19 @@ public:
     void setActiveTextureSet(bool set) { activeTextureSet_ = set; }
 
 private:
+    void findSamplerUnits();
+
     std::weak_ptr<LMVertexArray> boundVAO_;
     std::weak_ptr<LMVertexBuffer> boundVertexBuffer_;
     LMRect currentViewport_;
     GLenum activeTexture_ = 0;
     bool activeTextureSet_ = false;
+    // A new context has run nothing of the host's, but its defaults are
+    // worth setting once all the same.
+    bool outsideGLMayHaveRun_ = true;
+    int blockDepth_ = 0;
+    // Texture units whose sampler binding is cleared, and whether the
+    // context can do it in one call; -1 until asked.
+    GLint samplerUnits_ = -1;
+    bool multiBind_ = false;
 };

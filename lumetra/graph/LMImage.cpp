@@ -1,6 +1,7 @@
 #include "lumetra/graph/LMImage.h"
 
 #include "lumetra/context/LMContext.h"
+#include "lumetra/platform/LMLog.h"
 #include "lumetra/platform/LMPicture.h"
 
 double floatForByte(uint8_t byte)
@@ -46,8 +47,22 @@ GLuint LMImage::framebuffer() const
 
 void LMImage::bind()
 {
-    if (std::shared_ptr<LMContext> owner = context_.lock())
+    std::shared_ptr<LMContext> owner = context_.lock();
+    if (!owner || !target_ || !owner->openGLContext())
+        return;
+    // Every draw and clear of the library binds its target here: the place
+    // to put back what a host block may have changed. One trip to the queue;
+    // the context's own bind runs nested in it, at once.
+    owner->glQueue().dispatchSyncToQueue([&] {
+        owner->makeCurrentContextInternal();
+        owner->gl()->restoreDrawingState();
         owner->bindToRenderTarget(target_);
+        // Only on our own framebuffer: the context refuses a foreign target.
+        GLint bound = 0;
+        glGetIntegerv(GL_DRAW_FRAMEBUFFER_BINDING, &bound);
+        if (bound != 0 && static_cast<GLuint>(bound) == target_->framebuffer())
+            LMOpenGL::useColorAttachmentForDrawing();
+    });
 }
 
 std::optional<LMRGBA> LMImage::readPixelColorLowerLeft()
@@ -66,8 +81,16 @@ std::optional<LMRGBA> LMImage::readPixelColorAtX(int32_t x, int32_t y)
         // Cleared first: GL leaves the buffer untouched for pixels outside
         // the target, which then read as black.
         GLubyte pixel[3] = {0, 0, 0};
+        LMOpenGL::takeErrors();
         glBindFramebuffer(GL_READ_FRAMEBUFFER, target_->framebuffer());
+        // A host block may have left skips, a row length or a pack buffer
+        // that would send the pixel elsewhere than this 3-byte buffer.
+        LMOpenGL::setReadBackState();
         glReadPixels(x, y, 1, 1, GL_RGB, GL_UNSIGNED_BYTE, pixel);
+        if (const GLenum error = LMOpenGL::takeErrors(); error != GL_NO_ERROR) {
+            LMLog("LMImage: Error 0x%04X reading back pixel %d, %d; returning nothing", error, x, y);
+            return;
+        }
         color = LMRGBA{floatForByte(pixel[0]), floatForByte(pixel[1]), floatForByte(pixel[2]), 1.0};
     });
     return color;

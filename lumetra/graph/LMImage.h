@@ -34,12 +34,14 @@ public:
     GLuint texture() const;
     GLuint framebuffer() const;
 
-    // Makes the target the context's drawing target, with its viewport.
+    // Makes the target the context's drawing target, with its viewport, and
+    // puts back the drawing state a host block may have changed (see LMOpenGL).
     void bind();
 
     // One pixel of the target, (0, 0) being the lower left; alpha is always 1.
-    // Empty when the context is gone or there is no target. Pixels outside
-    // the target read as black.
+    // Empty when the context is gone, there is no target or GL reports an
+    // error (logged). Whatever pixel-store state a host left is overridden.
+    // Pixels outside the target read as black.
     std::optional<LMRGBA> readPixelColorLowerLeft();
     std::optional<LMRGBA> readPixelColorAtX(int32_t x, int32_t y);
 

@@ -27,12 +27,6 @@ void multiplyByAlpha(LMBitmap& bitmap)
     }
 }
 
-void drainGLErrors()
-{
-    while (glGetError() != GL_NO_ERROR) {
-    }
-}
-
 } // namespace
 
 GLuint LMPicture::glTextureWithContext(const std::shared_ptr<LMContext>& context) const
@@ -51,7 +45,10 @@ GLuint LMPicture::glTextureWithContext(const std::shared_ptr<LMContext>& context
     GLuint texture = 0;
     context->executeOpenGL([&] {
         // Whatever earlier work left pending must not read as our failure.
-        drainGLErrors();
+        LMOpenGL::takeErrors();
+        // A host block may have left skips, swapping or an unpack buffer
+        // that would read outside the bitmap.
+        LMOpenGL::setUploadState();
         // Rows are padded: GL must step by the bitmap's true row length.
         glPixelStorei(GL_UNPACK_ROW_LENGTH, upright->bytesPerRow() * 8 / upright->bitsPerPixel());
         glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
@@ -62,7 +59,7 @@ GLuint LMPicture::glTextureWithContext(const std::shared_ptr<LMContext>& context
         // Back to GL's defaults, for whoever uploads next in this context.
         glPixelStorei(GL_UNPACK_ROW_LENGTH, 0);
         glPixelStorei(GL_UNPACK_ALIGNMENT, 4);
-        if (glGetError() != GL_NO_ERROR) {
+        if (LMOpenGL::takeErrors() != GL_NO_ERROR) {
             LMLog("LMPicture: Error uploading a texture of %d by %d pixels", upright->pixelsWide(),
                   upright->pixelsHigh());
             glDeleteTextures(1, &texture);
@@ -107,13 +104,24 @@ std::shared_ptr<LMPicture> LMPicture::imageWithLMImage(const std::shared_ptr<LMI
     if (!readBack)
         return nullptr;
 
+    bool read = false;
     context->executeOpenGL([&] {
+        LMOpenGL::takeErrors();
         glBindFramebuffer(GL_READ_FRAMEBUFFER, image->framebuffer());
+        // A host block may have left skips or a pack buffer that would write
+        // outside the bitmap.
+        LMOpenGL::setReadBackState();
         // Rows are padded: GL must step by the bitmap's true row length.
         glPixelStorei(GL_PACK_ROW_LENGTH, readBack->bytesPerRow() * 8 / readBack->bitsPerPixel());
         glReadPixels(0, 0, width, height, GL_RGBA, GL_UNSIGNED_BYTE, readBack->bitmapData());
         glPixelStorei(GL_PACK_ROW_LENGTH, 0);
+        if (const GLenum error = LMOpenGL::takeErrors(); error != GL_NO_ERROR)
+            LMLog("LMPicture: Error 0x%04X reading back an image of %d by %d pixels", error, width, height);
+        else
+            read = true;
     });
+    if (!read)
+        return nullptr;
     // GL's rows run bottom-up, a picture's top-down.
     std::shared_ptr<LMBitmap> upright = flippedBIR(readBack, width, height);
     if (!upright)

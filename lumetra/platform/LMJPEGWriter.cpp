@@ -1,8 +1,10 @@
 #include "lumetra/platform/LMPictureFiles.h"
 
 // jpeglib.h needs FILE and size_t declared before it.
+#include <cerrno>
 #include <csetjmp>
 #include <cstdio>
+#include <cstring>
 
 #include <jpeglib.h>
 
@@ -62,8 +64,10 @@ bool LMWriteJPEGFile(const LMBitmap& bitmap, std::FILE* file, int quality, std::
     info.err = jpeg_std_error(&errors.base);
     errors.base.error_exit = onWriteError;
     const bool written = compress(info, errors, bitmap, file, quality < 1 ? 1 : quality > 100 ? 100 : quality);
+    // libjpeg says only that the output file could not be written; the stream knows why.
+    const int writeError = std::ferror(file) ? errno : 0;
     jpeg_destroy_compress(&info);
     if (!written)
-        error = errors.message;
+        error = writeError ? std::strerror(writeError) : errors.message;
     return written;
 }

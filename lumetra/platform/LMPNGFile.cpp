@@ -2,6 +2,7 @@
 
 #include <png.h>
 
+#include <cerrno>
 #include <csetjmp>
 #include <cstdint>
 #include <cstdio>
@@ -164,8 +165,10 @@ bool LMWritePNGFile(const LMBitmap& bitmap, std::FILE* file, std::string& error)
     std::vector<png_bytep> rows = rowPointers(const_cast<LMBitmap&>(bitmap));
     const bool written = writePNGRows(png, info, state, file, static_cast<png_uint_32>(bitmap.pixelsWide()),
                                       static_cast<png_uint_32>(bitmap.pixelsHigh()), rows.data());
+    // libpng says only "Write Error"; the stream knows why.
+    const int writeError = std::ferror(file) ? errno : 0;
     png_destroy_write_struct(&png, &info);
     if (!written)
-        error = state.message;
+        error = writeError ? std::strerror(writeError) : state.message;
     return written;
 }

@@ -1,14 +1,18 @@
 #include "lumetra/platform/LMPicture.h"
 
+#include "lumetra/platform/LMPictureOutputFile.h"
 #include "lumetra/platform/LMLog.h"
 #include "lumetra/platform/LMPictureFiles.h"
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <functional>
 #include <new>
+#include <string>
+#include <sys/stat.h>
 #include <vector>
 
 namespace {
@@ -31,21 +35,64 @@ PictureFormat formatOf(const uint8_t* start, size_t length)
     return PictureFormat::unknown;
 }
 
-// The whole file, in blocks that double. Reading stops after the first block
-// when that already shows the file is no picture, so a large file of another
-// kind costs nothing. False, with errno, when reading failed.
-bool readFile(std::FILE* file, std::vector<uint8_t>& bytes)
-{
+// Bytes read from a file, in one block that grows with realloc: the C
+// library grows a large block by remapping its pages, so a stream read up to
+// the limit costs about the limit in memory, not twice or three times it as a
+// vector's copies and zero-filling would.
+struct ReadBuffer {
+    uint8_t* bytes = nullptr;
     size_t length = 0;
-    for (size_t block = 64 * 1024;; block *= 2) {
-        bytes.resize(length + block);
-        const size_t got = std::fread(bytes.data() + length, 1, block, file);
-        length += got;
-        if (got < block || formatOf(bytes.data(), length) == PictureFormat::unknown)
-            break;
+    size_t capacity = 0;
+
+    ReadBuffer() = default;
+    ReadBuffer(const ReadBuffer&) = delete;
+    ReadBuffer& operator=(const ReadBuffer&) = delete;
+    ~ReadBuffer() { std::free(bytes); }
+
+    bool growTo(size_t wanted)
+    {
+        void* grown = std::realloc(bytes, wanted);
+        if (!grown)
+            return false;
+        bytes = static_cast<uint8_t*>(grown);
+        capacity = wanted;
+        return true;
     }
-    bytes.resize(length);
-    return !std::ferror(file);
+};
+
+enum class ReadResult { whole, failed, outOfMemory };
+
+// The whole file, but never more than `limit` + 1 bytes: one past the limit
+// shows that the file is longer. After a first small block, a regular file
+// of `expected` bytes is read in one go; a stream (`expected` 0) doubles. Reading stops after the first block when that
+// already shows the file is no picture, so a large file of another kind
+// costs nothing. `failed` leaves errno set.
+ReadResult readFile(std::FILE* file, size_t limit, size_t expected, ReadBuffer& buffer)
+{
+    for (size_t block = 64 * 1024;;) {
+        block = std::min(block, limit + 1 - buffer.length);
+        if (!buffer.growTo(buffer.length + block))
+            return ReadResult::outOfMemory;
+        const size_t got = std::fread(buffer.bytes + buffer.length, 1, block, file);
+        buffer.length += got;
+        if (got < block || buffer.length > limit ||
+            formatOf(buffer.bytes, buffer.length) == PictureFormat::unknown)
+            break;
+        // The rest of a file of known size at once (and one byte more, to
+        // see its end), else twice as much as before.
+        block = expected >= buffer.length ? expected + 1 - buffer.length : block * 2;
+    }
+    return std::ferror(file) ? ReadResult::failed : ReadResult::whole;
+}
+
+// "2 GiB", "1 MiB", or a number of bytes.
+std::string sizeText(size_t bytes)
+{
+    if (bytes >= (size_t(1) << 30) && bytes % (size_t(1) << 30) == 0)
+        return std::to_string(bytes >> 30) + " GiB";
+    if (bytes >= (size_t(1) << 20) && bytes % (size_t(1) << 20) == 0)
+        return std::to_string(bytes >> 20) + " MiB";
+    return std::to_string(bytes) + " bytes";
 }
 
 // Nearest sample: a bitmap drawn at its own size is copied exactly.
@@ -87,18 +134,35 @@ std::shared_ptr<LMPicture> LMPicture::pictureWithContentsOfFile(const std::strin
         LMLog("LMPicture: Cannot open %s: %s", path.c_str(), std::strerror(errno));
         return nullptr;
     }
-    std::vector<uint8_t> bytes;
-    try {
-        if (!readFile(file.get(), bytes)) {
-            LMLog("LMPicture: Cannot read %s: %s", path.c_str(), std::strerror(errno));
-            return nullptr;
-        }
-    } catch (const std::bad_alloc&) {
-        LMLog("LMPicture: Cannot read %s: out of memory", path.c_str());
+    return pictureWithBitmap(LMReadPictureFile(file.get(), path, largestFileBytes));
+}
+
+std::shared_ptr<LMBitmap> LMReadPictureFile(std::FILE* file, const std::string& name, size_t limit)
+{
+    auto refuse = [&] {
+        LMLog("LMPicture: Cannot read %s: it holds more than %s, more than any picture file", name.c_str(),
+              sizeText(limit).c_str());
         return nullptr;
+    };
+    // A regular file says how long it is: one too long is not read at all.
+    struct stat status {};
+    const bool regular = fstat(fileno(file), &status) == 0 && S_ISREG(status.st_mode);
+    if (regular && uint64_t(status.st_size) > limit)
+        return refuse();
+    ReadBuffer buffer;
+    switch (readFile(file, limit, regular ? size_t(status.st_size) : 0, buffer)) {
+    case ReadResult::failed:
+        LMLog("LMPicture: Cannot read %s: %s", name.c_str(), std::strerror(errno));
+        return nullptr;
+    case ReadResult::outOfMemory:
+        LMLog("LMPicture: Cannot read %s: out of memory", name.c_str());
+        return nullptr;
+    case ReadResult::whole:
+        break;
     }
-    file.reset();
-    return pictureWithBitmap(LMReadPictureData(bytes.data(), bytes.size(), path));
+    if (buffer.length > limit)
+        return refuse();
+    return LMReadPictureData(buffer.bytes, buffer.length, name);
 }
 
 std::shared_ptr<LMBitmap> LMReadPictureData(const uint8_t* data, size_t length, const std::string& name)
@@ -166,23 +230,14 @@ bool LMPicture::writeToFile(const std::string& path,
     std::shared_ptr<LMBitmap> raster = asStored ? bitmap_ : rasterizedBitmap();
     if (!raster)
         return false;
-    FileHandle file(std::fopen(path.c_str(), "wb"));
-    if (!file) {
-        LMLog("LMPicture: Cannot write %s: %s", path.c_str(), std::strerror(errno));
-        return false;
-    }
 
     std::string error;
-    bool written = write(*raster, file.get(), error);
-    // A full disk shows only when the buffered rest is flushed.
-    if (written && std::fclose(file.release()) != 0) {
+    LMPictureOutputFile destination(path);
+    std::FILE* file = destination.open(error);
+    bool written = file && write(*raster, file, error);
+    if (file && !destination.commit(written, error))
         written = false;
-        error = std::strerror(errno);
-    }
-    if (!written) {
-        file.reset();
-        std::remove(path.c_str());
+    if (!written)
         LMLog("LMPicture: Cannot write %s: %s", path.c_str(), error.c_str());
-    }
     return written;
 }

@@ -5,6 +5,7 @@
 #include "lumetra/platform/LMGL.h"
 #include "lumetra/platform/LMSize.h"
 
+#include <cstddef>
 #include <cstdio>
 #include <functional>
 #include <memory>
@@ -23,8 +24,14 @@ public:
     // The bitmap at one point per pixel; null for a null bitmap.
     static std::shared_ptr<LMPicture> pictureWithBitmap(std::shared_ptr<LMBitmap> bitmap);
     // A PNG or JPEG file, told apart by its first bytes. A file that cannot
-    // be read whole gives null and a log line that says why.
+    // be read whole gives null and a log line that says why. So does a file
+    // or stream (a FIFO, /dev/stdin) of more than largestFileBytes, which is
+    // read no further.
     static std::shared_ptr<LMPicture> pictureWithContentsOfFile(const std::string& path);
+    // 2 GiB, the size of the largest bitmap. Picture files compress their
+    // pixels, so real ones are far smaller; only an uncompressed file of a
+    // picture near the bitmap limit could be refused by it.
+    static constexpr size_t largestFileBytes = size_t(1) << 31;
 
     // In points. Setting it changes how large the picture is drawn, not the bitmap.
     LMSize size() const { return size_; }
@@ -55,8 +62,8 @@ public:
                                                      LMContentScaleMode mode) const;
     std::shared_ptr<LMImage> lumetraImageWithContext(const std::shared_ptr<LMContext>& context) const;
     // The image's pixels read back into a new picture of its floored size,
-    // alpha opaque. Null for a null image, one whose context is gone, or one
-    // with no render target.
+    // alpha opaque. Null for a null image, one whose context is gone, one
+    // with no render target, or when GL reports an error reading it (logged).
     static std::shared_ptr<LMPicture> imageWithLMImage(const std::shared_ptr<LMImage>& image);
 
 private:

@@ -25,6 +25,11 @@ std::shared_ptr<LMBitmap> LMReadJPEGData(const uint8_t* data, size_t length, std
 // "LMPicture: ... <name> ..." when it is neither or cannot be read. What
 // LMPicture::pictureWithContentsOfFile hands the file's bytes to.
 std::shared_ptr<LMBitmap> LMReadPictureData(const uint8_t* data, size_t length, const std::string& name);
+// What an open file or stream holds, read up to `limit` bytes: a longer one
+// is refused (a regular file before anything is read, a stream once it has
+// given one byte more) with one log line. What
+// LMPicture::pictureWithContentsOfFile reads a file with.
+std::shared_ptr<LMBitmap> LMReadPictureFile(std::FILE* file, const std::string& name, size_t limit);
 // The bitmap as an 8-bit RGBA PNG.
 bool LMWritePNGFile(const LMBitmap& bitmap, std::FILE* file, std::string& error);
 // The bitmap as a baseline colour JPEG (alpha dropped); quality 1 to 100.

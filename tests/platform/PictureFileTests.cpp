@@ -4,8 +4,14 @@
 
 #include <gtest/gtest.h>
 
+#include <lumetra/platform/LMPictureFiles.h>
+
+#include <atomic>
+#include <csignal>
 #include <cstdio>
 #include <png.h>
+#include <thread>
+#include <unistd.h>
 
 namespace {
 
@@ -112,4 +118,50 @@ TEST(PictureFiles, DamagedFilesFailWithOneLineAndNoPicture)
     EXPECT_EQ(log.lines(), (std::vector<std::string>{
                                "LMPicture: Cannot open " + scratchPath("missing.png") + ": No such file or directory",
                                "LMPicture: Cannot write /nowhere/out.png: No such file or directory"}));
+}
+
+// A stream that never ends (a FIFO, a pipe into /dev/stdin) is read up to the
+// limit and no further, and refused; a whole picture through a pipe is read.
+TEST(PictureFiles, AStreamIsReadNoFurtherThanTheLimit)
+{
+    std::signal(SIGPIPE, SIG_IGN);
+    const Bytes picture = readBytes(writePNG({"rgb", PNG_COLOR_TYPE_RGB, 8}));
+    constexpr size_t limit = size_t(1) << 20;
+    for (const bool endless : {true, false}) {
+        int ends[2];
+        ASSERT_EQ(pipe(ends), 0);
+        std::atomic<size_t> sent{0};
+        std::thread writer([&] {
+            Bytes block = endless ? Bytes(64 * 1024, 0) : picture;
+            if (endless)
+                std::copy(picture.begin(), picture.begin() + 8, block.begin());
+            do {
+                for (size_t at = 0; at < block.size();) {
+                    const ssize_t put = write(ends[1], block.data() + at, block.size() - at);
+                    if (put <= 0)
+                        return close(ends[1]), void();
+                    at += size_t(put);
+                    sent += size_t(put);
+                }
+                std::fill(block.begin(), block.begin() + 8, 0);
+            } while (endless);
+            close(ends[1]);
+        });
+        std::FILE* stream = fdopen(ends[0], "rb");
+        LogCapture log;
+        auto bitmap = LMReadPictureFile(stream, "the stream", limit);
+        std::fclose(stream);
+        writer.join();
+        if (endless) {
+            EXPECT_FALSE(bitmap);
+            EXPECT_EQ(log.lines(), std::vector<std::string>{
+                                       "LMPicture: Cannot read the stream: it holds more than 1 MiB, more than any picture file"});
+            // What the pipe held when the reader stopped, and no more.
+            EXPECT_LE(sent.load(), limit + 256 * 1024);
+        } else {
+            ASSERT_TRUE(bitmap);
+            EXPECT_EQ(bitmapPixel(*bitmap, 2, 1), (Pixel{160, 170, 180, 255}));
+            EXPECT_TRUE(log.lines().empty());
+        }
+    }
 }

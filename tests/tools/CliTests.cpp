@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdlib>
@@ -66,12 +67,13 @@ protected:
     }
 
     // Runs the tool in the test's folder with no X server, arguments as
-    // written: its exit status, and what it wrote to stderr.
-    std::pair<int, std::string> run(const std::string& arguments) const
+    // written, its standard input piped from `feeder` when one is given: its
+    // exit status, and what it wrote to stderr.
+    std::pair<int, std::string> run(const std::string& arguments, const std::string& feeder = "") const
     {
-        const int raw = std::system(
-            ("cd '" + dir_.string() + "' && env -u DISPLAY '" LUMETRA_TOOL "' " + arguments + " > /dev/null 2> stderr.txt")
-                .c_str());
+        const int raw = std::system(("cd '" + dir_.string() + "' && " + (feeder.empty() ? "" : feeder + " | ") +
+                                     "env -u DISPLAY '" LUMETRA_TOOL "' " + arguments + " > /dev/null 2> stderr.txt")
+                                        .c_str());
         std::stringstream err;
         err << std::ifstream(path("stderr.txt")).rdbuf();
         return {WIFEXITED(raw) ? WEXITSTATUS(raw) : -1, err.str()};
@@ -179,6 +181,72 @@ TEST_F(CliTest, BadInputEndsWithOneMessageAndNoOutput)
     // Nothing half-written is left behind either.
     for (const auto& entry : fs::directory_iterator(dir_))
         EXPECT_EQ(entry.path().filename().string().find(".partial"), std::string::npos) << entry.path();
+}
+
+// Files and streams that never end, or are far too long: each is read no
+// further than its limit and refused with one message.
+TEST_F(CliTest, EndlessAndHugeInputsAreRefusedAfterALimitedRead)
+{
+    // Two gigabytes and a byte behind a PNG signature, stored sparsely.
+    std::ofstream(path("huge.png"), std::ios::binary) << "\x89PNG\r\n\x1a\n";
+    fs::resize_file(path("huge.png"), (std::uintmax_t(1) << 31) + 1);
+    struct Case {
+        std::string arguments, feeder, message;
+    };
+    const Case cases[] = {
+        {"in.png -o out.png -- kernel file=/dev/zero", "", "kernel /dev/zero is larger than 1 MiB"},
+        {"in.png -o out.png -- kernel file=/dev/stdin", "yes 'lm_output = vec3(0.0);'",
+         "kernel /dev/stdin is larger than 1 MiB"},
+        {"huge.png -o out.png -- invert", "", "Cannot read huge.png: it holds more than 2 GiB"},
+        {"in.png -o out.png -- max2 with=huge.png", "", "Cannot read huge.png: it holds more than 2 GiB"},
+    };
+    for (const Case& test : cases) {
+        SCOPED_TRACE(test.arguments);
+        const auto [status, err] = run(test.arguments, test.feeder);
+        EXPECT_EQ(status, 1);
+        EXPECT_EQ(err.rfind("lumetra: ", 0), 0u) << err;
+        EXPECT_NE(err.find(test.message), std::string::npos) << err;
+        EXPECT_EQ(std::count(err.begin(), err.end(), '\n'), 1) << err;
+        EXPECT_FALSE(fs::exists(path("out.png")));
+    }
+}
+
+TEST_F(CliTest, AnOutputReplacesAFileKeepingItsModeAndNeverAnInput)
+{
+    std::stringstream original;
+    original << std::ifstream(path("in.png"), std::ios::binary).rdbuf();
+
+    // An existing output keeps its permissions.
+    writePicture("out.png", otherPixel);
+    fs::permissions(path("out.png"), fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read);
+    ASSERT_EQ(run("in.png -o out.png -- invert").first, 0);
+    expectPixels("out.png", perChannel(inverted), 1);
+    EXPECT_EQ(fs::status(path("out.png")).permissions(),
+              fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read);
+
+    // The longest legal name: what is written beside it must fit too.
+    const std::string longest = std::string(247, 'n') + ".png";
+    const auto [status, err] = run("in.png -o " + longest + " -- invert");
+    EXPECT_EQ(status, 0) << err;
+    expectPixels(longest, perChannel(inverted), 1);
+
+    // -O naming the inputs' own folder, however it is spelled, is refused
+    // before anything is written.
+    fs::create_directories(path("sub"));
+    for (const std::string& folder : std::vector<std::string>{".", "sub/..", dir_.string()}) {
+        SCOPED_TRACE(folder);
+        const auto [refused, message] = run("in.png other.png -O " + folder + " -- invert");
+        EXPECT_EQ(refused, 2);
+        EXPECT_NE(message.find("which this run reads; choose another folder"), std::string::npos) << message;
+        std::stringstream now;
+        now << std::ifstream(path("in.png"), std::ios::binary).rdbuf();
+        EXPECT_TRUE(now.str() == original.str()) << "in.png was overwritten";
+    }
+    // So is a folder whose file of that name is a picture the chain reads.
+    fs::create_directories(path("results"));
+    fs::create_hard_link(path("other.png"), path("results/in.png"));
+    EXPECT_EQ(run("in.png -O results -- max2 with=other.png").first, 2);
+    expectPixels("other.png", otherPixel, 0);
 }
 
 TEST_F(CliTest, BatchWritesEachInputAndSkipsOnlyTheBadOne)

@@ -1,0 +1,157 @@
+// Pictures written where writing fails. What was there before must survive
+// every failure, with one log line and no stray file beside it. A write that
+// should fail runs in a child process, under a file-size limit or as another
+// user, so that the suite keeps its own limits.
+
+#include "support/LogCapture.h"
+
+#include <lumetra/lumetra.h>
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <set>
+#include <sstream>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// Random bytes compress badly: far over any limit below.
+std::shared_ptr<LMPicture> noisePicture(int side = 128)
+{
+    auto bitmap = newBIR(side, side);
+    uint32_t state = 12345;
+    for (int y = 0; y < side; ++y)
+        for (int x = 0; x < side * 4; ++x)
+            bitmap->rowAt(y)[x] = uint8_t(x % 4 == 3 ? 255 : (state = state * 1664525 + 1013904223) >> 24);
+    return LMPicture::pictureWithBitmap(bitmap);
+}
+
+std::string contents(const fs::path& path)
+{
+    std::stringstream bytes;
+    bytes << std::ifstream(path, std::ios::binary).rdbuf();
+    return bytes.str();
+}
+
+bool writeAs(const fs::path& path, int side = 128)
+{
+    return path.extension() == ".jpg" ? noisePicture(side)->writeJPEGToFile(path)
+                                      : noisePicture(side)->writePNGToFile(path);
+}
+
+class FileWriteTest : public ::testing::Test {
+protected:
+    void SetUp() override { fs::remove_all(dir_), fs::create_directories(dir_); }
+    void TearDown() override { fs::permissions(dir_, fs::perms::owner_all), fs::remove_all(dir_); }
+
+    // Names in the folder other than `expected`: a stray temporary file shows.
+    void expectOnly(const std::set<std::string>& expected) const
+    {
+        for (const auto& entry : fs::directory_iterator(dir_))
+            EXPECT_TRUE(expected.count(entry.path().filename().string())) << entry.path() << " left behind";
+    }
+
+    const fs::path dir_ = fs::path(testing::TempDir()) /
+                          ("lumetra_write_" + std::string(testing::UnitTest::GetInstance()->current_test_info()->name()));
+};
+
+TEST_F(FileWriteTest, AFailedWriteLeavesTheFileThatWasThere)
+{
+    struct Case {
+        std::string name, reason;
+        std::function<void(const std::string& old)> limit; // in the child, before it writes
+    };
+    // A full disk: a limit just over the old file.
+    auto fileSizeLimit = [](const std::string& old) {
+        std::signal(SIGXFSZ, SIG_IGN);
+        const rlimit limit{old.size() + 1024, old.size() + 1024};
+        setrlimit(RLIMIT_FSIZE, &limit);
+    };
+    const Case cases[] = {
+        {"full.png", "File too large", fileSizeLimit},
+        {"full.jpg", "File too large", fileSizeLimit},
+        // A folder nobody may write to, holding a file anybody may write:
+        // a privileged child, whom permissions do not stop, gives them up.
+        {"readonly.png", "Permission denied", [this](const std::string&) {
+             fs::permissions(dir_, fs::perms::all & ~fs::perms::owner_write & ~fs::perms::group_write &
+                                       ~fs::perms::others_write);
+             if (geteuid() == 0 && (setgid(65534) != 0 || setuid(65534) != 0))
+                 _exit(2);
+         }},
+    };
+    for (const Case& test : cases) {
+        SCOPED_TRACE(test.name);
+        const fs::path path = dir_ / test.name;
+        ASSERT_TRUE(writeAs(path, 8));
+        fs::permissions(path, fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read |
+                                  fs::perms::group_write | fs::perms::others_read | fs::perms::others_write);
+        const std::string old = contents(path);
+        const pid_t child = fork();
+        if (child == 0) {
+            test.limit(old);
+            LogCapture log;
+            const bool failedWithOneLine =
+                !writeAs(path) &&
+                log.lines() == std::vector<std::string>{"LMPicture: Cannot write " + path.string() + ": " + test.reason};
+            _exit(failedWithOneLine ? 0 : 1);
+        }
+        int status = 0;
+        waitpid(child, &status, 0);
+        fs::permissions(dir_, fs::perms::owner_all);
+        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "the write did not fail with one line";
+        EXPECT_TRUE(contents(path) == old) << "the file that was there changed";
+    }
+    expectOnly({"full.png", "full.jpg", "readonly.png"});
+}
+
+TEST_F(FileWriteTest, ADeviceIsWrittenInPlaceAndNeverRemoved)
+{
+    // Devices of our own where the process may make them, so that a
+    // regression cannot remove the machine's; a process that may not make
+    // them may not remove the machine's either.
+    fs::path full = dir_ / "full.png", null = dir_ / "null.png";
+    if (mknod(full.c_str(), S_IFCHR | 0666, makedev(1, 7)) != 0 ||
+        mknod(null.c_str(), S_IFCHR | 0666, makedev(1, 3)) != 0) {
+        ASSERT_NE(access("/dev", W_OK), 0);
+        full = "/dev/full", null = "/dev/null";
+    }
+    LogCapture log;
+    EXPECT_FALSE(writeAs(full));
+    EXPECT_TRUE(writeAs(null));
+    EXPECT_TRUE(noisePicture()->writeJPEGToFile(null));
+    EXPECT_TRUE(fs::is_character_file(full) && fs::is_character_file(null));
+    expectOnly({"full.png", "null.png"});
+    EXPECT_EQ(log.lines(), std::vector<std::string>{"LMPicture: Cannot write " + full.string() +
+                                                    ": No space left on device"});
+}
+
+TEST_F(FileWriteTest, AReplacedFileKeepsItsModeItsLinkAndTakesAnyLegalName)
+{
+    const fs::path path = dir_ / "private.png";
+    const fs::perms mode = fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read;
+    ASSERT_TRUE(writeAs(path, 8));
+    fs::permissions(path, mode);
+    // Written through a link: the file is replaced, the link stays a link.
+    fs::create_symlink("private.png", dir_ / "link.png");
+    ASSERT_TRUE(writeAs(dir_ / "link.png", 16));
+    EXPECT_EQ(fs::status(path).permissions(), mode);
+    EXPECT_TRUE(fs::is_symlink(dir_ / "link.png"));
+    auto read = LMPicture::pictureWithContentsOfFile(path);
+    EXPECT_TRUE(read && read->size() == (LMSize{16, 16}));
+    // NAME_MAX is 255: the temporary name beside the longest name must fit too.
+    const std::string longest = std::string(251, 'n') + ".png";
+    EXPECT_TRUE(writeAs(dir_ / longest, 8));
+    expectOnly({"private.png", "link.png", longest});
+}
+
+} // namespace
