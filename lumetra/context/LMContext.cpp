@@ -207,11 +207,12 @@ public:
     {
         if (outside_)
             gl_.noteOutsideGL();
-        gl_.enterBlock();
+        gl_.enterBlock(outside_);
     }
     ~BlockScope()
     {
-        if (gl_.leaveBlock() == 1 || outside_)
+        const int left = gl_.leaveBlock();
+        if (outside_ || (left == 1 && gl_.outermostBlockIsHosts()))
             gl_.noteOutsideGL();
     }
     BlockScope(const BlockScope&) = delete;
@@ -234,6 +235,18 @@ void LMContext::executeOpenGL(LMBlockRef block)
     glQueue_->dispatchSyncToQueue([this, &block, &gl, outside] {
         makeCurrentContextInternal();
         BlockScope scope(*gl, outside);
+        block();
+    });
+}
+
+void LMContext::executeOwnOpenGL(LMBlockRef block)
+{
+    if (!openGLContext_)
+        return;
+    std::shared_ptr<LMOpenGL> gl = gl_;
+    glQueue_->dispatchSyncToQueue([this, &block, &gl] {
+        makeCurrentContextInternal();
+        BlockScope scope(*gl, false);
         block();
     });
 }

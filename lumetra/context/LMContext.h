@@ -61,6 +61,10 @@ public:
     // or upload sets what it relies on (see LMOpenGL). The library leaves
     // GL's defaults, so a host block relies on nothing it set in another.
     void executeOpenGL(LMBlockRef block);
+    // As executeOpenGL, for the library's own nodes and filters: a block
+    // that leaves GL state as the library relies on, so the state need not
+    // be put back after it. Each filter's draw is one such block.
+    void executeOwnOpenGL(LMBlockRef block);
     // Runs the block on the GL queue as it is, and waits: for work that
     // follows makeCurrentContext.
     void executeOpenGLNoContextSwitch(LMBlockRef block);

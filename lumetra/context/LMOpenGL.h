@@ -16,9 +16,10 @@
 // any state behind: pixel-store parameters, a bound pixel buffer, scissor,
 // colour mask, culling, rasterizer discard, logic op, blending, depth and
 // stencil tests, a polygon mode, sampler objects, a moved viewport. The
-// context calls noteOutsideGL around every block handed over from outside the
-// GL queue and after every block nested directly in one (the host's GL may
-// follow it there); the next library draw, clear or target creation then puts
+// context calls noteOutsideGL around every block a host hands over from
+// outside the GL queue and after every block nested directly in one (the
+// host's GL may follow it there), but not around the library's own
+// (LMContext::executeOwnOpenGL); the next library draw, clear or target creation then puts
 // the drawing state back once (restoreDrawingState), and later ones pay
 // nothing until the next such mark. Read-backs and uploads are rare and
 // costly anyway, so they set their whole pixel-store state every time.
@@ -41,9 +42,15 @@ public:
     void noteOutsideGL() { outsideGLMayHaveRun_ = true; }
     bool outsideGLMayHaveRun() const { return outsideGLMayHaveRun_; }
     // The context's blocks running now, one inside the other; leaveBlock
-    // answers how many are left.
-    void enterBlock() { ++blockDepth_; }
+    // answers how many are left. The outermost says whether it is the
+    // host's (GL of the host's may run between the blocks nested in it).
+    void enterBlock(bool hosts)
+    {
+        if (blockDepth_++ == 0)
+            outermostBlockIsHosts_ = hosts;
+    }
     int leaveBlock() { return --blockDepth_; }
+    bool outermostBlockIsHosts() const { return outermostBlockIsHosts_; }
     // When outside GL may have run since the last call: every capability the
     // library's draws and clears rely on back off (blend, scissor, culling,
     // depth, stencil, logic op, rasterizer discard, dither, the first eight
@@ -92,6 +99,7 @@ private:
     // worth setting once all the same.
     bool outsideGLMayHaveRun_ = true;
     int blockDepth_ = 0;
+    bool outermostBlockIsHosts_ = false;
     // Texture units whose sampler binding is cleared, and whether the
     // context can do it in one call; -1 until asked.
     GLint samplerUnits_ = -1;

@@ -513,7 +513,7 @@ std::shared_ptr<LMImage> LMFilter::applyProgramWithContext(const std::shared_ptr
     // The filter's own steps are one trip to the GL queue; each step's own
     // submission runs there at once.
     std::shared_ptr<LMImage> output;
-    context->executeOpenGL([&] {
+    context->executeOwnOpenGL([&] {
         preloadWithContext(context);
         output = renderWithContext(context, outputSize);
     });

@@ -83,7 +83,7 @@ std::shared_ptr<LMImage> LMColor::drawWithContext(const std::shared_ptr<LMContex
     // Lease, bind and clear in one trip to the GL queue: a colour is often
     // drawn on the host's thread (a black fallback for a missing input).
     if (context && context->hasOpenGLContext())
-        context->executeOpenGL(draw);
+        context->executeOwnOpenGL(draw);
     else
         draw();
     lastImage_ = image;
