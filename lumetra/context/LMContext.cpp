@@ -193,12 +193,13 @@ void LMContext::makeCurrentContext()
 
 namespace {
 
-// A block handed over from outside the GL queue may be the host's own GL,
-// which may leave any state behind, both before library work nested in it
-// and after it. So may the host's GL between two library calls inside such a
-// block: a call nested directly in it says so when it returns. Deeper blocks
-// are the library's own (a filter drawing its inputs), so a chain of filters
-// puts the state back at most twice however long it is.
+// A block a host hands over from outside the GL queue may be the host's own
+// GL, which may leave any state behind, both before library work nested in
+// it and after it. So may the host's GL between two library calls inside
+// such a block: a call nested directly in it says so when it returns. The
+// library's own blocks (executeOwnOpenGL: each filter's draw, a colour's
+// clear) leave nothing behind, so a chain of filters drawn after a host's
+// block puts the state back once, however long it is.
 class BlockScope {
 public:
     BlockScope(LMOpenGL& gl, bool outside)
