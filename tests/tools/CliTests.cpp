@@ -149,6 +149,12 @@ TEST_F(CliTest, ChainsGiveTheFiltersArithmeticInPNGAndJPEG)
 
 TEST_F(CliTest, BadInputEndsWithOneMessageAndNoOutput)
 {
+    auto repeated = [](const std::string& text, int times) {
+        std::string all;
+        for (int i = 0; i < times; ++i)
+            all += text;
+        return all;
+    };
     std::ofstream(path("broken.glsl")) << "void main() {\n    lm_output = undefinedThing;\n}\n";
     std::ofstream(path("notapicture.png")) << "hello";
     struct Case {
@@ -169,6 +175,7 @@ TEST_F(CliTest, BadInputEndsWithOneMessageAndNoOutput)
         {"in.png -o out.png -- kernel file=absent.glsl", 1, "cannot read kernel absent.glsl"},
         {"in.png -o nofolder/out.png -- invert", 1, "Cannot write nofolder/out.png"},
         {"view in.png -- invert", 1, "view needs an X server"},
+        {"in.png -o out.png" + repeated(" -- invert", 1001), 2, "a chain of 1001 filters is longer than the 1000"},
     };
     for (const Case& test : cases) {
         SCOPED_TRACE(test.arguments);
