@@ -244,10 +244,11 @@ void LMContext::executeOwnOpenGL(LMBlockRef block)
 {
     if (!openGLContext_)
         return;
-    std::shared_ptr<LMOpenGL> gl = gl_;
-    glQueue_->dispatchSyncToQueue([this, &block, &gl] {
+    // Unlike a host's block, the library's own cannot end the context: its
+    // caller holds it, so the state cache needs no extra reference.
+    glQueue_->dispatchSyncToQueue([this, &block] {
         makeCurrentContextInternal();
-        BlockScope scope(*gl, false);
+        BlockScope scope(*gl_, false);
         block();
     });
 }
