@@ -74,8 +74,7 @@ std::shared_ptr<LMPooledObject> LMRenderTargetPool::createObjectWithId(uint64_t 
 
     // The error check below must see this creation's errors only, not one
     // that earlier GL work left pending.
-    while (glGetError() != GL_NO_ERROR) {
-    }
+    LMOpenGL::takeErrors();
 
     GLuint texture = 0;
     glGenTextures(1, &texture);

@@ -149,8 +149,7 @@ LMFilterOpenGLTextureAdapter::applyProgramWithContext(const std::shared_ptr<LMCo
         // another target; its error is read here, so that no later step
         // takes it for its own.
         glBindTexture(textureTarget_, 0);
-        while (glGetError() != GL_NO_ERROR) {
-        }
+        LMOpenGL::takeErrors();
         glBindTexture(textureTarget_, texture_);
         bound = texture_ != 0 && glGetError() == GL_NO_ERROR;
         if (!bound)
