@@ -12,38 +12,30 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
-#include <sstream>
+#include <iterator>
 #include <string>
 
 namespace {
 
+const std::string work = WORK_DIR;
+
 std::string readFile(const std::string& path)
 {
     std::ifstream file(path);
-    std::stringstream text;
-    text << file.rdbuf();
-    return text.str();
+    return {std::istreambuf_iterator<char>(file), {}};
 }
 
 // Runs the example; its exit status, and what it wrote to standard error.
 int runExample(const std::string& arguments, std::string& errors)
 {
-    const std::string errorFile = std::string(WORK_DIR) + "/errors.txt";
-    const std::string command = std::string(PICTURE_HOST) + " " + arguments + " 2> " + errorFile;
-    const int status = std::system(command.c_str());
-    errors = readFile(errorFile);
+    const int status = std::system((PICTURE_HOST " " + arguments + " 2> " + work + "/errors.txt").c_str());
+    errors = readFile(work + "/errors.txt");
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
 // The two kernels of the built-in sRGB filters, as they compute.
-double decode(double c)
-{
-    return c < 0.04045 ? c * 0.0774 : std::pow(c * 0.9479 + 0.05213, 2.4);
-}
-double encode(double c)
-{
-    return c < 0.00313 ? c * 12.92 : std::pow(c, 0.4167) * 1.055 - 0.055;
-}
+double decode(double c) { return c < 0.04045 ? c * 0.0774 : std::pow(c * 0.9479 + 0.05213, 2.4); }
+double encode(double c) { return c < 0.00313 ? c * 12.92 : std::pow(c, 0.4167) * 1.055 - 0.055; }
 
 // How many of the output's pixels differ by more than a level from the input
 // decoded, dimmed to a quarter outside the spotlight and encoded. The input's
@@ -63,10 +55,8 @@ int wrongPixels(const LMBitmap& input, int offset, const LMBitmap& output)
             for (int channel = 0; channel < 3; ++channel) {
                 const double in = input.rowAt(row)[(x + offset) * 4 + channel] / 255.0;
                 const long expected = std::lround(255 * encode(decode(in) * scale));
-                if (std::labs(expected - output.rowAt(row)[x * 4 + channel]) > 1) {
-                    if (wrong++ == 0)
-                        ADD_FAILURE() << "first wrong pixel: column " << x << ", row " << row << " from the top";
-                }
+                if (std::labs(expected - output.rowAt(row)[x * 4 + channel]) > 1 && wrong++ == 0)
+                    ADD_FAILURE() << "first wrong pixel: column " << x << ", row " << row << " from the top";
             }
         }
     }
@@ -91,15 +81,12 @@ TEST(PictureHost, DarkensOutsideItsSpotlightAndFitsOtherSizes)
     for (int row = 0; row < 100; ++row) {
         for (int x = 0; x < 200; ++x) {
             uint8_t* pixel = bitmap->rowAt(row) + x * 4;
-            pixel[0] = static_cast<uint8_t>(x * 255 / 199);
-            pixel[1] = static_cast<uint8_t>(row * 2);
-            pixel[2] = static_cast<uint8_t>((x * 7 + row * 3) % 256);
+            pixel[0] = uint8_t(x * 255 / 199), pixel[1] = uint8_t(row * 2), pixel[2] = uint8_t(x * 7 + row * 3);
             pixel[3] = 255;
         }
     }
     auto picture = LMPicture::pictureWithBitmap(bitmap);
-    const std::string png = std::string(WORK_DIR) + "/in.png", jpeg = std::string(WORK_DIR) + "/in.jpg",
-                      out = std::string(WORK_DIR) + "/out.png";
+    const std::string png = work + "/in.png", jpeg = work + "/in.jpg", out = work + "/out.png";
     ASSERT_TRUE(picture->writePNGToFile(png) && picture->writeJPEGToFile(jpeg, 90));
 
     // At its own size; a quiet success, the log kept to itself.
@@ -108,8 +95,7 @@ TEST(PictureHost, DarkensOutsideItsSpotlightAndFitsOtherSizes)
     ASSERT_EQ(runExample(png + " " + out, errors), 0) << errors;
     EXPECT_EQ(errors, "");
     auto written = LMPicture::pictureWithContentsOfFile(out);
-    ASSERT_TRUE(written);
-    EXPECT_EQ(written->size(), (LMSize{200, 100}));
+    ASSERT_TRUE(written && written->size() == (LMSize{200, 100}));
     EXPECT_EQ(wrongPixels(*bitmap, 0, *written->bitmap()), 0);
 
     // A JPEG fitted to 100 by 100: filled at its own scale, so cropped by 50
@@ -118,13 +104,10 @@ TEST(PictureHost, DarkensOutsideItsSpotlightAndFitsOtherSizes)
     ASSERT_EQ(runExample(jpeg + " " + out + " 100 100", errors), 0) << errors;
     auto decoded = LMPicture::pictureWithContentsOfFile(jpeg);
     written = LMPicture::pictureWithContentsOfFile(out);
-    ASSERT_TRUE(decoded && written);
-    EXPECT_EQ(written->size(), (LMSize{100, 100}));
+    ASSERT_TRUE(decoded && written && written->size() == (LMSize{100, 100}));
     EXPECT_EQ(wrongPixels(*decoded->bitmap(), 50, *written->bitmap()), 0);
 
     // A failure says what failed, with the library's own line after it.
-    EXPECT_EQ(runExample(std::string(WORK_DIR) + "/missing.png " + out, errors), 1);
-    EXPECT_NE(errors.find("picture-host: cannot read the input picture\n  LMPicture: "),
-              std::string::npos)
-        << errors;
+    EXPECT_EQ(runExample(work + "/missing.png " + out, errors), 1);
+    EXPECT_NE(errors.find("picture-host: cannot read the input picture\n  LMPicture: "), std::string::npos) << errors;
 }
