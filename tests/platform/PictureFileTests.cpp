@@ -61,10 +61,9 @@ std::string writePNG(const PNGFormat& format)
         png_set_PLTE(png, info, palette.data(), 6);
         png_set_tRNS(png, info, alphas.data(), 6, nullptr);
     }
-    png_write_info(png, info);
     png_bytep pointers[] = {rows[0].data(), rows[1].data()};
-    png_write_image(png, pointers);
-    png_write_end(png, info);
+    png_set_rows(png, info, pointers);
+    png_write_png(png, info, PNG_TRANSFORM_IDENTITY, nullptr);
     png_destroy_write_struct(&png, &info);
     std::fclose(file);
     return path;
@@ -85,8 +84,7 @@ TEST(PictureFiles, PNGsOfEveryColourTypeLoadAsStraightRGBAAndWriteBackWhole)
         const bool grey = format.channels[0] == 'y', alpha = format.channels.back() == 'a' || format.channels == "p";
         // What the library writes, read again, keeps every byte, alpha included.
         for (const auto& read : {picture, LMPicture::pictureWithContentsOfFile(scratchPath("written.png"))}) {
-            ASSERT_TRUE(read);
-            EXPECT_EQ(read->size(), (LMSize{3, 2}));
+            ASSERT_TRUE(read && read->size() == (LMSize{3, 2}));
             for (int y = 0; y < 2; ++y)
                 for (int x = 0; x < 3; ++x) {
                     const Pixel& p = expected[y][x];
@@ -108,16 +106,11 @@ TEST(PictureFiles, DamagedFilesFailWithOneLineAndNoPicture)
         log.clear();
         EXPECT_EQ(LMPicture::pictureWithContentsOfFile(scratchPath(name)), nullptr) << name;
         ASSERT_EQ(log.lines().size(), 1u) << name;
-        EXPECT_EQ(log.lines()[0].rfind("LMPicture: ", 0), 0u) << log.lines()[0];
-        EXPECT_NE(log.lines()[0].find(logged), std::string::npos) << name << ": " << log.lines()[0];
+        const std::string line = log.lines()[0];
+        EXPECT_TRUE(line.rfind("LMPicture: ", 0) == 0 && line.find(logged) != std::string::npos) << name << ": " << line;
     }
-
-    log.clear();
-    EXPECT_EQ(LMPicture::pictureWithContentsOfFile(scratchPath("missing.png")), nullptr);
-    EXPECT_FALSE(LMPicture::pictureWithBitmap(newBIR(1, 1))->writePNGToFile("/nowhere/out.png"));
-    EXPECT_EQ(log.lines(), (std::vector<std::string>{
-                               "LMPicture: Cannot open " + scratchPath("missing.png") + ": No such file or directory",
-                               "LMPicture: Cannot write /nowhere/out.png: No such file or directory"}));
+    // A missing file and a write into a missing folder: the tool's test, which
+    // shows the library's line with its reason.
 }
 
 // A stream that never ends (a FIFO, a pipe into /dev/stdin) is read up to the
@@ -131,20 +124,11 @@ TEST(PictureFiles, AStreamIsReadNoFurtherThanTheLimit)
         int ends[2];
         ASSERT_EQ(pipe(ends), 0);
         std::atomic<size_t> sent{0};
+        // The endless stream is a PNG signature and then zeros until the reader closes its end.
         std::thread writer([&] {
-            Bytes block = endless ? Bytes(64 * 1024, 0) : picture;
-            if (endless)
-                std::copy(picture.begin(), picture.begin() + 8, block.begin());
-            do {
-                for (size_t at = 0; at < block.size();) {
-                    const ssize_t put = write(ends[1], block.data() + at, block.size() - at);
-                    if (put <= 0)
-                        return close(ends[1]), void();
-                    at += size_t(put);
-                    sent += size_t(put);
-                }
-                std::fill(block.begin(), block.begin() + 8, 0);
-            } while (endless);
+            const Bytes zeros(64 * 1024, 0);
+            for (ssize_t put = write(ends[1], picture.data(), endless ? 8 : picture.size()); endless && put > 0;)
+                sent += size_t(put), put = write(ends[1], zeros.data(), zeros.size());
             close(ends[1]);
         });
         std::FILE* stream = fdopen(ends[0], "rb");
@@ -159,9 +143,7 @@ TEST(PictureFiles, AStreamIsReadNoFurtherThanTheLimit)
             // What the pipe held when the reader stopped, and no more.
             EXPECT_LE(sent.load(), limit + 256 * 1024);
         } else {
-            ASSERT_TRUE(bitmap);
-            EXPECT_EQ(bitmapPixel(*bitmap, 2, 1), (Pixel{160, 170, 180, 255}));
-            EXPECT_TRUE(log.lines().empty());
+            EXPECT_TRUE(bitmap && bitmapPixel(*bitmap, 2, 1) == (Pixel{160, 170, 180, 255}) && log.lines().empty());
         }
     }
 }

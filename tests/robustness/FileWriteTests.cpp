@@ -25,14 +25,16 @@ namespace fs = std::filesystem;
 
 namespace {
 
+constexpr fs::perms writable = fs::perms::owner_write | fs::perms::group_write | fs::perms::others_write;
+constexpr fs::perms readable = fs::perms::owner_read | fs::perms::group_read | fs::perms::others_read;
+
 // Random bytes compress badly: far over any limit below.
-std::shared_ptr<LMPicture> noisePicture(int side = 128)
+std::shared_ptr<LMPicture> noisePicture(int side)
 {
     auto bitmap = newBIR(side, side);
     uint32_t state = 12345;
-    for (int y = 0; y < side; ++y)
-        for (int x = 0; x < side * 4; ++x)
-            bitmap->rowAt(y)[x] = uint8_t(x % 4 == 3 ? 255 : (state = state * 1664525 + 1013904223) >> 24);
+    for (int i = 0; i < side * side * 4; ++i)
+        bitmap->rowAt(i / (side * 4))[i % (side * 4)] = uint8_t(i % 4 == 3 ? 255 : (state = state * 1664525 + 1013904223) >> 24);
     return LMPicture::pictureWithBitmap(bitmap);
 }
 
@@ -73,9 +75,8 @@ TEST_F(FileWriteTest, AFailedWriteLeavesTheFileThatWasThere)
     };
     // A full disk: a limit just over the old file.
     auto fileSizeLimit = [](const std::string& old) {
-        std::signal(SIGXFSZ, SIG_IGN);
         const rlimit limit{old.size() + 1024, old.size() + 1024};
-        setrlimit(RLIMIT_FSIZE, &limit);
+        std::signal(SIGXFSZ, SIG_IGN), setrlimit(RLIMIT_FSIZE, &limit);
     };
     const Case cases[] = {
         {"full.png", "File too large", fileSizeLimit},
@@ -83,8 +84,7 @@ TEST_F(FileWriteTest, AFailedWriteLeavesTheFileThatWasThere)
         // A folder nobody may write to, holding a file anybody may write:
         // a privileged child, whom permissions do not stop, gives them up.
         {"readonly.png", "Permission denied", [this](const std::string&) {
-             fs::permissions(dir_, fs::perms::all & ~fs::perms::owner_write & ~fs::perms::group_write &
-                                       ~fs::perms::others_write);
+             fs::permissions(dir_, fs::perms::all & ~writable);
              if (geteuid() == 0 && (setgid(65534) != 0 || setuid(65534) != 0))
                  _exit(2);
          }},
@@ -93,8 +93,7 @@ TEST_F(FileWriteTest, AFailedWriteLeavesTheFileThatWasThere)
         SCOPED_TRACE(test.name);
         const fs::path path = dir_ / test.name;
         ASSERT_TRUE(writeAs(path, 8));
-        fs::permissions(path, fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read |
-                                  fs::perms::group_write | fs::perms::others_read | fs::perms::others_write);
+        fs::permissions(path, readable | writable);
         const std::string old = contents(path);
         const pid_t child = fork();
         if (child == 0) {
@@ -127,8 +126,7 @@ TEST_F(FileWriteTest, ADeviceIsWrittenInPlaceAndNeverRemoved)
     }
     LogCapture log;
     EXPECT_FALSE(writeAs(full));
-    EXPECT_TRUE(writeAs(null));
-    EXPECT_TRUE(noisePicture()->writeJPEGToFile(null));
+    EXPECT_TRUE(writeAs(null) && noisePicture(128)->writeJPEGToFile(null));
     EXPECT_TRUE(fs::is_character_file(full) && fs::is_character_file(null));
     expectOnly({"full.png", "null.png"});
     EXPECT_EQ(log.lines(), std::vector<std::string>{"LMPicture: Cannot write " + full.string() +
