@@ -63,7 +63,9 @@ Outcome outcomeAfter(const Block& hostBlock)
     Outcome outcome;
     host(), outcome.pixel = colour->readPixelColorAtX(3, 2);
     host(), outcome.readBack = bytesOf(colour);
-    host(), outcome.upload = bytesOf(LMPicture::pictureWithBitmap(bitmap)->lumetraImageWithContext(context, LMContentScaleModeStretch));
+    host();
+    auto picture = LMPicture::pictureWithBitmap(bitmap);
+    outcome.upload = bytesOf(picture->lumetraImageWithContext(context, LMContentScaleModeStretch));
     host(), outcome.draw = bytesOf(draw());
     outcome.errorLeft = pendingGLError(*context) != GL_NO_ERROR;
     deleteTexture(*context, texture);
