@@ -18,17 +18,16 @@ GLuint compile(GLenum type, const std::string& source)
 } // namespace
 
 PlainGLChain::PlainGLChain(LMContext& context, int passes, const char* kernel)
-    : context_(context)
-    , width_(static_cast<int>(std::floor(context.dimensions().width)))
-    , height_(static_cast<int>(std::floor(context.dimensions().height)))
+    : context_(context), width_(static_cast<int>(std::floor(context.dimensions().width))),
+      height_(static_cast<int>(std::floor(context.dimensions().height)))
 {
     context_.executeOpenGL([&] {
         const GLuint vertex = compile(GL_VERTEX_SHADER, "#version 150\nin vec2 in_Position; in vec2 in_TexCoord;"
                                                         "noperspective out vec2 lm_location; void main() {"
                                                         " lm_location = in_TexCoord;"
                                                         " gl_Position = vec4(in_Position, 0.0, 1.0); }");
-        const GLuint fragment = compile(GL_FRAGMENT_SHADER,
-                                        std::string("#version 150\nnoperspective in vec2 lm_location; out vec3 "
+        const GLuint fragment =
+            compile(GL_FRAGMENT_SHADER, std::string("#version 150\nnoperspective in vec2 lm_location; out vec3 "
                                                     "lm_output; uniform sampler2DRect lm_input;\n") +
                                             kernel);
         program_ = glCreateProgram();

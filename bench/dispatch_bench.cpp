@@ -53,8 +53,7 @@ void BM_ExecuteOpenGLWithHostWorkBetween(benchmark::State& state)
     for (auto _ : state) {
         state.PauseTiming();
         const auto until = std::chrono::steady_clock::now() + std::chrono::microseconds(20);
-        while (std::chrono::steady_clock::now() < until) {
-        }
+        while (std::chrono::steady_clock::now() < until) {}
         state.ResumeTiming();
         context->executeOpenGLNoContextSwitch([&] { ++counter; });
     }
@@ -66,10 +65,7 @@ BENCHMARK(BM_ExecuteOpenGLWithHostWorkBetween)->Repetitions(5)->ReportAggregates
 // mutex and two condition variables.
 class ConditionVariableQueue {
 public:
-    ConditionVariableQueue()
-        : worker_([this] { serve(); })
-    {
-    }
+    ConditionVariableQueue() : worker_([this] { serve(); }) {}
     ~ConditionVariableQueue()
     {
         {

@@ -68,7 +68,10 @@ void chainArguments(benchmark::internal::Benchmark* benchmark)
         for (int length : {1, 4, 8})
             benchmark->Args({length, size[0], size[1]});
     }
-    benchmark->ArgNames({"filters", "width", "height"})->Unit(benchmark::kMicrosecond)->Repetitions(3)->ReportAggregatesOnly(true);
+    benchmark->ArgNames({"filters", "width", "height"})
+        ->Unit(benchmark::kMicrosecond)
+        ->Repetitions(3)
+        ->ReportAggregatesOnly(true);
 }
 BENCHMARK(BM_LibraryChain)->Apply(chainArguments);
 BENCHMARK(BM_PlainGLChain)->Apply(chainArguments);

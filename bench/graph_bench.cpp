@@ -58,6 +58,9 @@ void BM_ColorDrawOnReusedTargetFinished(benchmark::State& state)
         context->executeOpenGL([] { glFinish(); });
     }
 }
-BENCHMARK(BM_ColorDrawOnReusedTargetFinished)->Unit(benchmark::kMicrosecond)->Repetitions(5)->ReportAggregatesOnly(true);
+BENCHMARK(BM_ColorDrawOnReusedTargetFinished)
+    ->Unit(benchmark::kMicrosecond)
+    ->Repetitions(5)
+    ->ReportAggregatesOnly(true);
 
 } // namespace

@@ -19,7 +19,10 @@ public:
                "}";
     }
     std::vector<std::string> controlNames() const override { return {"amount"}; }
-    std::vector<std::shared_ptr<LMUniform>> otherUniforms() const override { return {LMVector3::vectorWithName("tint")}; }
+    std::vector<std::shared_ptr<LMUniform>> otherUniforms() const override
+    {
+        return {LMVector3::vectorWithName("tint")};
+    }
 
     void setAmount(double amount) { setProperty("amount", amount); }
     void setTint(double red, double green, double blue) { setProperty("tint", LMValue{red, green, blue}); }

@@ -24,8 +24,7 @@ inline std::vector<std::string> logLines;
 // nothing and has a size.
 inline std::shared_ptr<LMBitmap> readPicture(const uint8_t* data, size_t size)
 {
-    static const bool sinkInstalled =
-        (LMSetLogSink([](const std::string& line) { logLines.push_back(line); }), true);
+    static const bool sinkInstalled = (LMSetLogSink([](const std::string& line) { logLines.push_back(line); }), true);
     (void)sinkInstalled;
     logLines.clear();
     std::shared_ptr<LMBitmap> bitmap = LMReadPictureData(data, size, "input");
@@ -49,8 +48,7 @@ void checkRoundTrip(const LMBitmap& bitmap, Write&& write, Read&& read, bool exa
     std::string error;
     const bool written = write(bitmap, file, error);
     std::fclose(file);
-    std::shared_ptr<LMBitmap> again =
-        written ? read(reinterpret_cast<const uint8_t*>(buffer), length, error) : nullptr;
+    std::shared_ptr<LMBitmap> again = written ? read(reinterpret_cast<const uint8_t*>(buffer), length, error) : nullptr;
     std::free(buffer);
     if (!again || again->pixelsWide() != bitmap.pixelsWide() || again->pixelsHigh() != bitmap.pixelsHigh())
         __builtin_trap();

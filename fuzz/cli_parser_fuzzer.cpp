@@ -28,8 +28,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         for (const CheckedFilter& checked : chain) {
             if (!checked.info)
                 __builtin_trap();
-            if (checked.info->name == "kernel" && (!checked.files.count("file") ||
-                                                   checked.numbers.size() != checked.kernelControls.size()))
+            if (checked.info->name == "kernel" &&
+                (!checked.files.count("file") || checked.numbers.size() != checked.kernelControls.size()))
                 __builtin_trap();
         }
     } catch (const CliError& error) {

@@ -13,7 +13,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     std::vector<uint8_t> png(data, data + size);
     // After the 8-byte signature, chunks of length, type, data and checksum.
     for (size_t at = 8; at + 12 <= png.size();) {
-        const size_t length = size_t{png[at]} << 24 | size_t{png[at + 1]} << 16 | size_t{png[at + 2]} << 8 | png[at + 3];
+        const size_t length =
+            size_t{png[at]} << 24 | size_t{png[at + 1]} << 16 | size_t{png[at + 2]} << 8 | png[at + 3];
         if (length > png.size() - at - 12)
             break;
         const uLong crc = crc32(0, png.data() + at + 4, static_cast<uInt>(length + 4));

@@ -170,7 +170,7 @@ int main(int argc, char** argv)
     save("cut-in-header.png", cut(rgba16, 20));
     save("cut-in-data.png", cut(palette, palette.size() - 30));
     save("garbled-data.png", garbled(rgba16, 60));
-    Bytes huge = rgba16;  // the header's width, height and checksum
+    Bytes huge = rgba16; // the header's width, height and checksum
     for (size_t at : {16, 20})
         huge[at] = 0, huge[at + 1] = 1, huge[at + 2] = 0, huge[at + 3] = 0;
     const uLong crc = crc32(0, huge.data() + 12, 17);
@@ -190,7 +190,7 @@ int main(int argc, char** argv)
     save("cut-in-header.jpg", cut(colour, 100));
     save("cut-in-data.jpg", cut(progressive, progressive.size() - 40));
     save("garbled-data.jpg", garbled(colour, colour.size() / 2));
-    Bytes tall = colour;  // the frame header's height and width
+    Bytes tall = colour; // the frame header's height and width
     for (size_t i = 2; i + 8 < tall.size(); ++i)
         if (tall[i] == 0xFF && tall[i + 1] == 0xC0) {
             tall[i + 5] = tall[i + 7] = 0xFF, tall[i + 6] = tall[i + 8] = 0x00;

@@ -33,8 +33,7 @@ std::shared_ptr<LMPicture> readPictureFile(const std::string& path, LogRecorder&
 
 ChainBuilder::ChainBuilder(std::shared_ptr<LMContext> context, LMContentScaleMode fit, LogRecorder& log)
     : context_(std::move(context)), fit_(fit), log_(log)
-{
-}
+{}
 
 std::shared_ptr<LMImage> ChainBuilder::pictureImage(const std::string& path)
 {
@@ -114,7 +113,8 @@ std::string ChainBuilder::readKernelFile(const std::string& path)
     return source;
 }
 
-std::shared_ptr<LMDrawable> ChainBuilder::buildKernel(const CheckedFilter& checked, std::shared_ptr<LMDrawable> previous)
+std::shared_ptr<LMDrawable> ChainBuilder::buildKernel(const CheckedFilter& checked,
+                                                      std::shared_ptr<LMDrawable> previous)
 {
     const std::string& path = checked.files.at("file");
     auto filter = KernelFileFilter::filter();

@@ -12,7 +12,8 @@ public:
     static constexpr int failureStatus = 1;
 
     explicit CliError(const std::string& message, int status = failureStatus)
-        : std::runtime_error(message), status_(status) {}
+        : std::runtime_error(message), status_(status)
+    {}
 
     static CliError usage(const std::string& message) { return CliError(message, usageStatus); }
 

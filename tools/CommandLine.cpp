@@ -77,7 +77,8 @@ std::optional<PixelSize> parsePixelSize(const std::string& text)
     if (x == std::string::npos || x == 0 || x + 1 == text.size())
         return std::nullopt;
     PixelSize size;
-    for (auto [part, target] : {std::pair{text.substr(0, x), &size.width}, std::pair{text.substr(x + 1), &size.height}}) {
+    for (auto [part, target] :
+         {std::pair{text.substr(0, x), &size.width}, std::pair{text.substr(x + 1), &size.height}}) {
         if (part.size() > 9 || part.find_first_not_of("0123456789") != std::string::npos)
             return std::nullopt;
         *target = std::strtol(part.c_str(), nullptr, 10);
@@ -194,37 +195,35 @@ CommandLine parseCommandLine(const std::vector<std::string>& arguments)
             throw CliError::usage("info takes no arguments");
         break;
     case CliCommand::Help:
-    case CliCommand::Version:
-        break;
+    case CliCommand::Version: break;
     }
     return line;
 }
 
 std::string usageText()
 {
-    return
-        "Usage:\n"
-        "  lumetra IN -o OUT [options] -- FILTER [key=value ...] [-- FILTER ...]\n"
-        "  lumetra IN... -O DIR [options] -- FILTER ...   process a batch with one context\n"
-        "  lumetra demo [-o demo.png]     a contact sheet of every built-in filter\n"
-        "  lumetra info                   renderer, GL and GLSL versions, EGL platform, limits\n"
-        "  lumetra view IN [--animate] [--frames N] -- FILTER ...   show the result in a window\n"
-        "  lumetra --help [FILTER]        this text, or one filter's parameters\n"
-        "\n"
-        "Pictures are PNG or JPEG; the output's format follows its extension (.jpg/.jpeg: JPEG).\n"
-        "An existing output is replaced by a new file once the new one is whole: it keeps its\n"
-        "permissions, but other hard links to it keep the old picture.\n"
-        "\n"
-        "Options:\n"
-        "  -o FILE          the output picture\n"
-        "  -O DIR           the output folder for a batch (file names are kept; not the inputs' own)\n"
-        "  --size WxH       the context's size in pixels (default: the input picture's)\n"
-        "  --fit fill|stretch  how a picture of another size is fitted (default fill: cover, crop)\n"
-        "  --cache          turn on the context's output caching\n"
-        "  --time           print the GPU time of the chain\n"
-        "  --animate        view: animate the circle and transform parameters\n"
-        "  --frames N       view: close after N frames (default: when the window is closed)\n"
-        "  -v, --verbose    print the library's log lines\n"
-        "\n"
-        "Coordinates are pixels from the top-left corner of the context, y downwards.\n";
+    return "Usage:\n"
+           "  lumetra IN -o OUT [options] -- FILTER [key=value ...] [-- FILTER ...]\n"
+           "  lumetra IN... -O DIR [options] -- FILTER ...   process a batch with one context\n"
+           "  lumetra demo [-o demo.png]     a contact sheet of every built-in filter\n"
+           "  lumetra info                   renderer, GL and GLSL versions, EGL platform, limits\n"
+           "  lumetra view IN [--animate] [--frames N] -- FILTER ...   show the result in a window\n"
+           "  lumetra --help [FILTER]        this text, or one filter's parameters\n"
+           "\n"
+           "Pictures are PNG or JPEG; the output's format follows its extension (.jpg/.jpeg: JPEG).\n"
+           "An existing output is replaced by a new file once the new one is whole: it keeps its\n"
+           "permissions, but other hard links to it keep the old picture.\n"
+           "\n"
+           "Options:\n"
+           "  -o FILE          the output picture\n"
+           "  -O DIR           the output folder for a batch (file names are kept; not the inputs' own)\n"
+           "  --size WxH       the context's size in pixels (default: the input picture's)\n"
+           "  --fit fill|stretch  how a picture of another size is fitted (default fill: cover, crop)\n"
+           "  --cache          turn on the context's output caching\n"
+           "  --time           print the GPU time of the chain\n"
+           "  --animate        view: animate the circle and transform parameters\n"
+           "  --frames N       view: close after N frames (default: when the window is closed)\n"
+           "  -v, --verbose    print the library's log lines\n"
+           "\n"
+           "Coordinates are pixels from the top-left corner of the context, y downwards.\n";
 }

@@ -26,7 +26,7 @@ struct PixelSize {
 struct CommandLine {
     CliCommand command = CliCommand::Run;
     std::vector<std::string> inputs;
-    std::string output;          // -o
+    std::string output; // -o
     std::string outputDirectory; // -O
     std::optional<PixelSize> size;
     CliFit fit = CliFit::Fill;
@@ -35,8 +35,8 @@ struct CommandLine {
     bool verbose = false;
     // view
     bool animate = false;
-    long frames = 0;              // 0: until the window is closed
-    std::string helpTopic;        // a filter name for `--help FILTER`
+    long frames = 0; // 0: until the window is closed
+    std::string helpTopic; // a filter name for `--help FILTER`
     std::vector<FilterSpec> chain;
 };
 

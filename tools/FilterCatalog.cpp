@@ -16,26 +16,30 @@ std::vector<FilterInfo> makeCatalog()
     return {
         {"invert", "1 - each colour channel", {}},
         {"max-component", "the largest of red, green and blue, as grey", {}},
-        {"fader", "multiplies the image by a control, unclamped",
-         {{"control", K::Number, "0", "the factor"}}},
+        {"fader", "multiplies the image by a control, unclamped", {{"control", K::Number, "0", "the factor"}}},
         {"to-srgb", "encodes linear colour to sRGB", {}},
         {"from-srgb", "decodes sRGB colour to linear", {}},
-        {"circle", "a white disc on black; it has no input, so it replaces what came before",
+        {"circle",
+         "a white disc on black; it has no input, so it replaces what came before",
          {{"radius", K::Number, "", "in pixels, at least 0"},
           {"center", K::Point, "0,0", "x,y in pixels from the top-left corner"}},
          false},
-        {"transform", "moves, rotates and scales the image, tiling over the edges; steps apply in the order given",
+        {"transform",
+         "moves, rotates and scales the image, tiling over the edges; steps apply in the order given",
          {{"translate", K::Point, "0,0", "x,y in pixels (y downwards)"},
           {"rotate", K::Number, "0", "degrees counterclockwise, about the centre"},
           {"scale", K::Scale, "1", "a factor, or x,y factors, about the centre; not 0"}}},
-        {"max2", "the larger of the image and another picture, channel by channel",
+        {"max2",
+         "the larger of the image and another picture, channel by channel",
          {{"with", K::Picture, "", "a PNG or JPEG file, fitted to the context"}}},
-        {"kernel", "a filter from a GLSL kernel file: it defines main() and writes vec3 lm_output; "
-                   "it reads inputs as sampler2DRect lm_NAME at vec2 lm_location (pixels from the lower-left corner) "
-                   "and controls as float lm_NAME",
+        {"kernel",
+         "a filter from a GLSL kernel file: it defines main() and writes vec3 lm_output; "
+         "it reads inputs as sampler2DRect lm_NAME at vec2 lm_location (pixels from the lower-left corner) "
+         "and controls as float lm_NAME",
          {{"file", K::Kernel, "", "the GLSL kernel"},
-          {"inputs", K::Names, "input", "input names; the first takes the chain's image, "
-                                        "each other one needs NAME=FILE"},
+          {"inputs", K::Names, "input",
+           "input names; the first takes the chain's image, "
+           "each other one needs NAME=FILE"},
           {"controls", K::Names, "(none)", "control names; each takes NAME=NUMBER (default 0)"}}},
     };
 }
@@ -242,8 +246,7 @@ std::vector<CheckedFilter> checkChain(const std::vector<FilterSpec>& chain)
                     throw badValue(written, key, value, "a file name is required");
                 checked.files[key] = value;
                 break;
-            case ParameterKind::Names:
-                break;
+            case ParameterKind::Names: break;
             }
             if (written.name == "transform") {
                 TransformStep step{key == "translate" ? TransformStep::Kind::Translate

@@ -12,12 +12,12 @@
 // or any GL work is done.
 
 enum class ParameterKind {
-    Number,  // a finite decimal number
-    Point,   // x,y in pixels from the top-left corner
-    Scale,   // one factor, or x,y factors
+    Number, // a finite decimal number
+    Point, // x,y in pixels from the top-left corner
+    Scale, // one factor, or x,y factors
     Picture, // a PNG or JPEG file
-    Kernel,  // a GLSL kernel file
-    Names,   // comma-separated GLSL names
+    Kernel, // a GLSL kernel file
+    Names, // comma-separated GLSL names
 };
 
 struct ParameterInfo {
@@ -55,7 +55,7 @@ struct CheckedFilter {
     std::map<std::string, std::string> files; // key → path (with=, file=, kernel inputs)
     std::vector<TransformStep> transformSteps;
     // kernel
-    std::vector<std::string> kernelInputs;   // the first takes the chain's image
+    std::vector<std::string> kernelInputs; // the first takes the chain's image
     std::vector<std::string> kernelControls; // each a float uniform
 };
 

@@ -3,8 +3,7 @@
 #include <cstdio>
 #include <functional>
 
-void KernelFileFilter::configure(std::string source, std::vector<std::string> inputs,
-                                 std::vector<std::string> controls)
+void KernelFileFilter::configure(std::string source, std::vector<std::string> inputs, std::vector<std::string> controls)
 {
     source_ = std::move(source);
     inputs_ = std::move(inputs);

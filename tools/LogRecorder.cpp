@@ -5,8 +5,7 @@
 #include <cstdio>
 #include <utility>
 
-LogRecorder::LogRecorder(bool echo)
-    : echo_(echo)
+LogRecorder::LogRecorder(bool echo) : echo_(echo)
 {
     LMSetLogSink([this](const std::string& line) { record(line); });
 }

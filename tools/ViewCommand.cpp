@@ -36,7 +36,11 @@ struct CloseWatch {
                 return true;
         return false;
     }
-    void setTitle(const std::string& title) { XStoreName(display, window, title.c_str()); XFlush(display); }
+    void setTitle(const std::string& title)
+    {
+        XStoreName(display, window, title.c_str());
+        XFlush(display);
+    }
 };
 
 } // namespace

@@ -11,8 +11,10 @@ const std::vector<uint32_t>& contextPixelFormatAttributes()
     static const std::vector<uint32_t> attributes = {
         LMOpenGLPFAAccelerated,
         LMOpenGLPFANoRecovery,
-        LMOpenGLPFAColorSize, 32,
-        LMOpenGLPFAOpenGLProfile, LMOpenGLProfileVersion3_2Core,
+        LMOpenGLPFAColorSize,
+        32,
+        LMOpenGLPFAOpenGLProfile,
+        LMOpenGLProfileVersion3_2Core,
         0,
     };
     return attributes;
@@ -52,8 +54,7 @@ std::shared_ptr<LMContext> LMContext::contextWithDimensions(LMSize dimensions)
 }
 
 LMContext::LMContext(LMSize dimensions)
-    : dimensions_(dimensions)
-    , glQueue_(std::make_unique<VarnelDispatch>(openGLQueueLabel()))
+    : dimensions_(dimensions), glQueue_(std::make_unique<VarnelDispatch>(openGLQueueLabel()))
 {
     openGLSetup();
 }
@@ -109,8 +110,8 @@ void LMContext::openGLSetup()
 
         glGetIntegerv(GL_MAX_TEXTURE_SIZE, &maxTextureSize_);
         LMLog("LMContext: Maximum texture size: %i", maxTextureSize_);
-        LMLog("Lumetra context created with Renderer: %s, OpenGL Version: %s, GLSL Version: %s",
-              glString(GL_RENDERER), glString(GL_VERSION), glString(GL_SHADING_LANGUAGE_VERSION));
+        LMLog("Lumetra context created with Renderer: %s, OpenGL Version: %s, GLSL Version: %s", glString(GL_RENDERER),
+              glString(GL_VERSION), glString(GL_SHADING_LANGUAGE_VERSION));
     });
 }
 
@@ -202,9 +203,7 @@ namespace {
 // block puts the state back once, however long it is.
 class BlockScope {
 public:
-    BlockScope(LMOpenGL& gl, bool outside)
-        : gl_(gl)
-        , outside_(outside)
+    BlockScope(LMOpenGL& gl, bool outside) : gl_(gl), outside_(outside)
     {
         if (outside_)
             gl_.noteOutsideGL();

@@ -108,7 +108,8 @@ public:
     std::shared_ptr<LMProgram> getProgramWithName(std::string_view name) const;
 
     const std::shared_ptr<LMRenderTargetPool>& renderTargetPool() const { return renderTargetPool_; }
-    using ProgramCache = std::unordered_map<std::string, std::shared_ptr<LMProgram>, LMProgram::NameHash, std::equal_to<>>;
+    using ProgramCache =
+        std::unordered_map<std::string, std::shared_ptr<LMProgram>, LMProgram::NameHash, std::equal_to<>>;
     const ProgramCache& programCache() const { return programCache_; }
 
     // Null when the GL context could not be created.

@@ -52,10 +52,10 @@ void LMOpenGL::restoreDrawingState()
     outsideGLMayHaveRun_ = false;
 
     static constexpr GLenum capabilities[] = {
-        GL_BLEND,          GL_SCISSOR_TEST,       GL_CULL_FACE,       GL_DEPTH_TEST,      GL_STENCIL_TEST,
-        GL_COLOR_LOGIC_OP, GL_RASTERIZER_DISCARD, GL_DITHER,          GL_CLIP_DISTANCE0,  GL_CLIP_DISTANCE1,
-        GL_CLIP_DISTANCE2, GL_CLIP_DISTANCE3,     GL_CLIP_DISTANCE4,  GL_CLIP_DISTANCE5,  GL_CLIP_DISTANCE6,
-        GL_CLIP_DISTANCE7,
+        GL_BLEND,          GL_SCISSOR_TEST,   GL_CULL_FACE,          GL_DEPTH_TEST,
+        GL_STENCIL_TEST,   GL_COLOR_LOGIC_OP, GL_RASTERIZER_DISCARD, GL_DITHER,
+        GL_CLIP_DISTANCE0, GL_CLIP_DISTANCE1, GL_CLIP_DISTANCE2,     GL_CLIP_DISTANCE3,
+        GL_CLIP_DISTANCE4, GL_CLIP_DISTANCE5, GL_CLIP_DISTANCE6,     GL_CLIP_DISTANCE7,
     };
     for (GLenum capability : capabilities)
         glDisable(capability);

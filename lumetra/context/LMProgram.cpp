@@ -54,8 +54,8 @@ GLint LMProgram::uniformLocation(std::string_view uniformName)
     // Without a current GL context the call would reach GL's no-op table and
     // answer 0, which must not be cached as this program's location.
     if (eglGetCurrentContext() == EGL_NO_CONTEXT) {
-        LMLog("LMProgram: Uniform location of %.*s asked with no GL context current", static_cast<int>(uniformName.size()),
-              uniformName.data());
+        LMLog("LMProgram: Uniform location of %.*s asked with no GL context current",
+              static_cast<int>(uniformName.size()), uniformName.data());
         return -1;
     }
     std::string key(uniformName);

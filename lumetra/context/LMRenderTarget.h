@@ -14,8 +14,7 @@ public:
     LMRenderTarget() = default;
     LMRenderTarget(uint64_t identifier, GLuint texture, GLuint framebuffer, LMSize dimensions)
         : identifier_(identifier), texture_(texture), framebuffer_(framebuffer), dimensions_(dimensions)
-    {
-    }
+    {}
 
     uint64_t identifier() const { return identifier_; }
     void setIdentifier(uint64_t identifier) { identifier_ = identifier; }

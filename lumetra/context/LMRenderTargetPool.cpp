@@ -5,8 +5,7 @@
 
 #include <algorithm>
 
-LMRenderTargetPool::LMRenderTargetPool(std::weak_ptr<LMContext> context)
-    : context_(std::move(context))
+LMRenderTargetPool::LMRenderTargetPool(std::weak_ptr<LMContext> context) : context_(std::move(context))
 {
     setUnusedBytesBudget(defaultIdleBudget);
 }

@@ -19,10 +19,7 @@ void LMVertexBuffer::setQuad(const LMRect& position, const LMRect& textureCoords
     const auto sLeft = float(textureCoords.x), sRight = float(textureCoords.x + textureCoords.width);
     const auto tBottom = float(textureCoords.y), tTop = float(textureCoords.y + textureCoords.height);
     const std::array<float, 16> quad = {
-        left,  bottom, sLeft,  tBottom,
-        right, bottom, sRight, tBottom,
-        left,  top,    sLeft,  tTop,
-        right, top,    sRight, tTop,
+        left, bottom, sLeft, tBottom, right, bottom, sRight, tBottom, left, top, sLeft, tTop, right, top, sRight, tTop,
     };
     setData(quad.data(), static_cast<GLsizei>(sizeof(quad)));
 }

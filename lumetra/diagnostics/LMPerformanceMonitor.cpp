@@ -57,10 +57,8 @@ std::chrono::nanoseconds timerPeriod(double seconds)
 class LMPerformanceMonitor::TimerThread {
 public:
     TimerThread(std::chrono::nanoseconds period, LMPerformanceMonitor& monitor)
-        : state_(std::make_shared<State>())
-        , thread_(run, state_, period, &monitor)
-    {
-    }
+        : state_(std::make_shared<State>()), thread_(run, state_, period, &monitor)
+    {}
 
     ~TimerThread()
     {
@@ -115,16 +113,14 @@ std::shared_ptr<LMPerformanceMonitor> LMPerformanceMonitor::performanceMonitor()
     return std::shared_ptr<LMPerformanceMonitor>(new LMPerformanceMonitor({}));
 }
 
-std::shared_ptr<LMPerformanceMonitor>
-LMPerformanceMonitor::performanceMonitorWithContext(const std::shared_ptr<LMContext>& context)
+std::shared_ptr<LMPerformanceMonitor> LMPerformanceMonitor::performanceMonitorWithContext(
+    const std::shared_ptr<LMContext>& context)
 {
     return std::shared_ptr<LMPerformanceMonitor>(new LMPerformanceMonitor(context));
 }
 
-LMPerformanceMonitor::LMPerformanceMonitor(const std::weak_ptr<LMContext>& context)
-    : context_(context)
-{
-}
+LMPerformanceMonitor::LMPerformanceMonitor(const std::weak_ptr<LMContext>& context) : context_(context)
+{}
 
 LMPerformanceMonitor::~LMPerformanceMonitor()
 {

@@ -31,8 +31,8 @@ public:
 
     // Without a context: start makes nothing until one is set.
     static std::shared_ptr<LMPerformanceMonitor> performanceMonitor();
-    static std::shared_ptr<LMPerformanceMonitor>
-    performanceMonitorWithContext(const std::shared_ptr<LMContext>& context);
+    static std::shared_ptr<LMPerformanceMonitor> performanceMonitorWithContext(
+        const std::shared_ptr<LMContext>& context);
     ~LMPerformanceMonitor();
 
     LMPerformanceMonitor(const LMPerformanceMonitor&) = delete;

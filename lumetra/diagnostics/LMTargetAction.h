@@ -20,9 +20,10 @@ public:
 
     // The action is a member function of the target's class (or of a base)
     // taking the sender, or any callable taking the target and the sender.
+    // clang-format off: clang-format 14 misreads requires-clauses
     template <class Target, class Action>
-        requires std::is_invocable_v<Action&, Target&, Sender&>
-    LMTargetAction(const std::shared_ptr<Target>& target, Action action)
+    requires std::is_invocable_v<Action&, Target&, Sender&> LMTargetAction(const std::shared_ptr<Target>& target,
+                                                                           Action action)
         : target_(target)
     {
         // A null pointer or an empty function is no action. Only what can
@@ -40,6 +41,7 @@ public:
             std::invoke(action, *static_cast<Target*>(object), sender);
         };
     }
+    // clang-format on
 
     // The target while it lives; null once it is gone or when there is none.
     std::shared_ptr<void> target() const { return target_.lock(); }

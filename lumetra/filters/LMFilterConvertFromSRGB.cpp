@@ -2,5 +2,6 @@
 
 std::string LMFilterConvertFromSRGB::kernelSource() const
 {
-    return "void main(){    vec3 incolor = texture(lm_input, lm_location).rgb;    lm_output = mix(incolor * 0.0774, pow(incolor * 0.9479 + 0.05213, vec3(2.4)), step(0.04045, incolor));} ";
+    return "void main(){    vec3 incolor = texture(lm_input, lm_location).rgb;    lm_output = mix(incolor * 0.0774, "
+           "pow(incolor * 0.9479 + 0.05213, vec3(2.4)), step(0.04045, incolor));} ";
 }

@@ -26,9 +26,15 @@ void LMFilterTransform::setTransform(const LMAffineTransform& transform)
     announceSetter("setTransform:");
     transform_ = transform;
     const LMFloatMatrix3 forward{{
-        static_cast<float>(transform.m11), static_cast<float>(transform.m12), 0.0f,
-        static_cast<float>(transform.m21), static_cast<float>(transform.m22), 0.0f,
-        static_cast<float>(transform.tX), static_cast<float>(transform.tY), 1.0f,
+        static_cast<float>(transform.m11),
+        static_cast<float>(transform.m12),
+        0.0f,
+        static_cast<float>(transform.m21),
+        static_cast<float>(transform.m22),
+        0.0f,
+        static_cast<float>(transform.tX),
+        static_cast<float>(transform.tY),
+        1.0f,
     }};
     mat_ = forward.inverted();
     storeProperty("transformMatrix", std::vector<double>(mat_.m.begin(), mat_.m.end()));

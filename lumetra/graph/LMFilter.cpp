@@ -54,10 +54,8 @@ bool isCompatible(const LMValue& value, const std::shared_ptr<LMContext>& contex
     return !drawable || !context || isCompatibleDrawable(drawable, *context);
 }
 
-LMFilter::LMFilter()
-    : scaler_(std::make_shared<LMScalerStretch>())
-{
-}
+LMFilter::LMFilter() : scaler_(std::make_shared<LMScalerStretch>())
+{}
 
 LMFilter::~LMFilter()
 {

@@ -40,13 +40,15 @@ public:
     }
 
     // Through the handle, so the input setter is watched as any other.
-    static LMFilterRef<Self> filterWithInput(std::shared_ptr<LMDrawable> input)
-        requires std::is_base_of_v<LMFilterSingleInput, Base>
+    // clang-format off: clang-format 14 misreads requires-clauses
+    static LMFilterRef<Self> filterWithInput(
+        std::shared_ptr<LMDrawable> input) requires std::is_base_of_v<LMFilterSingleInput, Base>
     {
         LMFilterRef<Self> created = filter();
         created->setInput(std::move(input));
         return created;
     }
+    // clang-format on
 
     // Self's name, not that of the class the constructors really make.
     std::string className() const override { return LMFilter::nameOfType(typeid(Self)); }

@@ -6,10 +6,8 @@ thread_local int currentDepth = 0;
 
 } // namespace
 
-LMGraphDepth::LMGraphDepth()
-    : tooDeep_(++currentDepth > maximumDepth)
-{
-}
+LMGraphDepth::LMGraphDepth() : tooDeep_(++currentDepth > maximumDepth)
+{}
 
 LMGraphDepth::~LMGraphDepth()
 {

@@ -20,8 +20,7 @@ std::shared_ptr<LMImage> LMImage::imageWithContext(const std::shared_ptr<LMConte
 }
 
 LMImage::LMImage(const std::shared_ptr<LMContext>& context, LMSize dimensions)
-    : context_(context)
-    , dimensions_(dimensions)
+    : context_(context), dimensions_(dimensions)
 {
     if (context)
         target_ = context->requestRenderTargetWithDimensions(dimensions);

@@ -13,8 +13,7 @@ std::string LMUniform::uniformString() const
 }
 
 void LMUniform::bindToLocation(GLint, const LMValue&, const std::shared_ptr<LMContext>&)
-{
-}
+{}
 
 std::vector<float> LMUniform::componentsOf(const LMValue& value, size_t count, const char* className) const
 {

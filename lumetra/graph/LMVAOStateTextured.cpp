@@ -4,11 +4,8 @@
 #include "lumetra/graph/LMScalerStretch.h"
 #include "lumetra/platform/LMLog.h"
 
-
-LMVAOStateTextured::LMVAOStateTextured()
-    : scaler_(std::make_shared<LMScalerStretch>())
-{
-}
+LMVAOStateTextured::LMVAOStateTextured() : scaler_(std::make_shared<LMScalerStretch>())
+{}
 
 void LMVAOStateTextured::setInputDims(LMSize dimensions)
 {

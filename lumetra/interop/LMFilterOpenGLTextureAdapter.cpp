@@ -25,8 +25,8 @@ std::string contextDescription(const LMContext* context)
 
 } // namespace
 
-LMFilterRef<LMFilterOpenGLTextureAdapter>
-LMFilterOpenGLTextureAdapter::filterWithContext(const std::shared_ptr<LMContext>& context)
+LMFilterRef<LMFilterOpenGLTextureAdapter> LMFilterOpenGLTextureAdapter::filterWithContext(
+    const std::shared_ptr<LMContext>& context)
 {
     LMFilterRef<LMFilterOpenGLTextureAdapter> created = filter();
     created->preloadWithContext(context);
@@ -34,10 +34,8 @@ LMFilterOpenGLTextureAdapter::filterWithContext(const std::shared_ptr<LMContext>
     return created;
 }
 
-LMFilterOpenGLTextureAdapter::LMFilterOpenGLTextureAdapter()
-    : vaoState_(std::make_shared<LMVAOStateTextured>())
-{
-}
+LMFilterOpenGLTextureAdapter::LMFilterOpenGLTextureAdapter() : vaoState_(std::make_shared<LMVAOStateTextured>())
+{}
 
 LMFilterOpenGLTextureAdapter::~LMFilterOpenGLTextureAdapter()
 {
@@ -107,8 +105,8 @@ std::shared_ptr<LMImage> LMFilterOpenGLTextureAdapter::drawWithContext(const std
     return output;
 }
 
-std::shared_ptr<LMImage>
-LMFilterOpenGLTextureAdapter::applyProgramWithContext(const std::shared_ptr<LMContext>& context)
+std::shared_ptr<LMImage> LMFilterOpenGLTextureAdapter::applyProgramWithContext(
+    const std::shared_ptr<LMContext>& context)
 {
     if (!context)
         return nullptr;

@@ -5,15 +5,14 @@
 #include "lumetra/graph/LMScalerStretch.h"
 #include "lumetra/nodes/LMColor.h"
 
-std::shared_ptr<LMOpenGLTextureAdapter>
-LMOpenGLTextureAdapter::adapterWithContext(const std::shared_ptr<LMContext>& context)
+std::shared_ptr<LMOpenGLTextureAdapter> LMOpenGLTextureAdapter::adapterWithContext(
+    const std::shared_ptr<LMContext>& context)
 {
     return std::shared_ptr<LMOpenGLTextureAdapter>(new LMOpenGLTextureAdapter(context));
 }
 
 LMOpenGLTextureAdapter::LMOpenGLTextureAdapter(const std::shared_ptr<LMContext>& context)
-    : context_(context)
-    , filter_(LMFilterOpenGLTextureAdapter::filterWithContext(context))
+    : context_(context), filter_(LMFilterOpenGLTextureAdapter::filterWithContext(context))
 {
     setContentScaleMode(LMContentScaleModeFill);
 }

@@ -75,7 +75,7 @@ std::shared_ptr<LMImage> LMPicture::lumetraImageWithContext(const std::shared_pt
 }
 
 std::shared_ptr<LMImage> LMPicture::lumetraImageWithContext(const std::shared_ptr<LMContext>& context,
-                                                           LMContentScaleMode mode) const
+                                                            LMContentScaleMode mode) const
 {
     const GLuint texture = glTextureWithContext(context);
     if (!texture)

@@ -55,10 +55,8 @@ std::shared_ptr<LMColor> LMColor::colorWithRed(double red, double green, double 
 }
 
 // LMRGBA is already in the generic RGB space: storing it is the conversion.
-LMColor::LMColor(LMRGBA color)
-    : color_(color)
-{
-}
+LMColor::LMColor(LMRGBA color) : color_(color)
+{}
 
 std::shared_ptr<LMImage> LMColor::drawWithContext(const std::shared_ptr<LMContext>& context)
 {
@@ -74,8 +72,7 @@ std::shared_ptr<LMImage> LMColor::drawWithContext(const std::shared_ptr<LMContex
         if (context && image->target()) {
             const LMRGBA color = color_;
             context->executeOpenGLNoContextSwitch([&] {
-                glClearColor(clearComponent(color.red), clearComponent(color.green), clearComponent(color.blue),
-                             1.0f);
+                glClearColor(clearComponent(color.red), clearComponent(color.green), clearComponent(color.blue), 1.0f);
                 glClear(GL_COLOR_BUFFER_BIT);
             });
         }

@@ -34,8 +34,7 @@ std::shared_ptr<LMFilterProxy> LMFilterProxy::proxyWithTarget(std::shared_ptr<LM
     return std::shared_ptr<LMFilterProxy>(new LMFilterProxy(std::move(target)));
 }
 
-LMFilterProxy::LMFilterProxy(std::shared_ptr<LMFilter> target)
-    : target_(std::move(target))
+LMFilterProxy::LMFilterProxy(std::shared_ptr<LMFilter> target) : target_(std::move(target))
 {
     if (!target_)
         return;

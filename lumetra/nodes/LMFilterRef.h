@@ -33,10 +33,7 @@ public:
 
     // The filter itself, bypassing the proxy: its setters mark nothing.
     T* get() const { return proxy_ ? static_cast<T*>(proxy_->target().get()) : nullptr; }
-    std::shared_ptr<T> target() const
-    {
-        return proxy_ ? std::static_pointer_cast<T>(proxy_->target()) : nullptr;
-    }
+    std::shared_ptr<T> target() const { return proxy_ ? std::static_pointer_cast<T>(proxy_->target()) : nullptr; }
     const std::shared_ptr<LMFilterProxy>& proxy() const { return proxy_; }
 
     explicit operator bool() const { return proxy_ != nullptr; }
@@ -44,12 +41,11 @@ public:
     operator std::shared_ptr<LMDrawableCaching>() const { return proxy_; }
 
     // A handle on a subclass is a handle on its base classes too.
+    // clang-format off: clang-format 14 misreads requires-clauses
     template <class Base>
-        requires std::is_base_of_v<Base, T>
-    operator LMFilterRef<Base>() const
-    {
-        return LMFilterRef<Base>(proxy_);
-    }
+    requires std::is_base_of_v<Base, T>
+    operator LMFilterRef<Base>() const { return LMFilterRef<Base>(proxy_); }
+    // clang-format on
 
     friend bool operator==(const LMFilterRef& a, const LMFilterRef& b) { return a.proxy_ == b.proxy_; }
 

@@ -9,16 +9,14 @@ std::shared_ptr<LMImageAccumulator> LMImageAccumulator::accumulator()
     return std::shared_ptr<LMImageAccumulator>(new LMImageAccumulator({}));
 }
 
-std::shared_ptr<LMImageAccumulator>
-LMImageAccumulator::accumulatorWithContext(const std::shared_ptr<LMContext>& context)
+std::shared_ptr<LMImageAccumulator> LMImageAccumulator::accumulatorWithContext(
+    const std::shared_ptr<LMContext>& context)
 {
     return std::shared_ptr<LMImageAccumulator>(new LMImageAccumulator(context));
 }
 
-LMImageAccumulator::LMImageAccumulator(const std::weak_ptr<LMContext>& context)
-    : context_(context)
-{
-}
+LMImageAccumulator::LMImageAccumulator(const std::weak_ptr<LMContext>& context) : context_(context)
+{}
 
 void LMImageAccumulator::setImage(const std::shared_ptr<LMDrawable>& drawable)
 {

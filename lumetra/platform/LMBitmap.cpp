@@ -17,12 +17,9 @@ constexpr int64_t largestBitmapBytes = std::numeric_limits<int32_t>::max();
 } // namespace
 
 LMBitmap::LMBitmap(int32_t pixelsWide, int32_t pixelsHigh, int32_t bytesPerRow)
-    : pixelsWide_(pixelsWide)
-    , pixelsHigh_(pixelsHigh)
-    , bytesPerRow_(bytesPerRow)
-    , pixels_(static_cast<size_t>(bytesPerRow) * static_cast<size_t>(pixelsHigh), 0)
-{
-}
+    : pixelsWide_(pixelsWide), pixelsHigh_(pixelsHigh), bytesPerRow_(bytesPerRow),
+      pixels_(static_cast<size_t>(bytesPerRow) * static_cast<size_t>(pixelsHigh), 0)
+{}
 
 std::shared_ptr<LMBitmap> newBIR(int32_t width, int32_t height)
 {

@@ -4,9 +4,9 @@
 
 // Which EGL platform the process-wide display is opened on.
 enum class LMEGLPlatform {
-    Automatic,   // X11 when an X server can be opened, else a GPU device, else surfaceless
-    X11,         // the X server named by DISPLAY; on-screen views need it
-    Device,      // an EGL device directly (a GPU, or Mesa's software device)
+    Automatic, // X11 when an X server can be opened, else a GPU device, else surfaceless
+    X11, // the X server named by DISPLAY; on-screen views need it
+    Device, // an EGL device directly (a GPU, or Mesa's software device)
     Surfaceless, // Mesa's surfaceless platform
 };
 

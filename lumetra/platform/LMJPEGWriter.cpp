@@ -26,8 +26,7 @@ struct JPEGWriteErrors {
     std::longjmp(errors->jump, 1);
 }
 
-bool compress(jpeg_compress_struct& info, JPEGWriteErrors& errors, const LMBitmap& bitmap, std::FILE* file,
-              int quality)
+bool compress(jpeg_compress_struct& info, JPEGWriteErrors& errors, const LMBitmap& bitmap, std::FILE* file, int quality)
 {
     if (setjmp(errors.jump))
         return false;

@@ -75,9 +75,12 @@ std::shared_ptr<LMOpenGLContext> LMOpenGLContext::contextWithFormat(std::shared_
         return nullptr;
     }
     const EGLint contextAttributes[] = {
-        EGL_CONTEXT_MAJOR_VERSION, format->majorVersion(),
-        EGL_CONTEXT_MINOR_VERSION, format->minorVersion(),
-        EGL_CONTEXT_OPENGL_PROFILE_MASK, EGL_CONTEXT_OPENGL_CORE_PROFILE_BIT,
+        EGL_CONTEXT_MAJOR_VERSION,
+        format->majorVersion(),
+        EGL_CONTEXT_MINOR_VERSION,
+        format->minorVersion(),
+        EGL_CONTEXT_OPENGL_PROFILE_MASK,
+        EGL_CONTEXT_OPENGL_CORE_PROFILE_BIT,
         EGL_NONE,
     };
     context->context_ = eglCreateContext(context->display_, format->eglConfig(),

@@ -47,9 +47,7 @@ bool LMOpenGLPixelFormat::parse(const std::vector<uint32_t>& attributes)
                 return false;
             }
             break;
-        default:
-            LMLog("LMOpenGLPixelFormat: Ignoring unknown attribute %u", code);
-            break;
+        default: LMLog("LMOpenGLPixelFormat: Ignoring unknown attribute %u", code); break;
         }
     }
     return true;
@@ -74,14 +72,22 @@ bool LMOpenGLPixelFormat::chooseConfig()
     // A colour size counts every channel but alpha is asked for separately.
     const int channelBits = colorSize_ >= 24 ? 8 : (colorSize_ > 0 ? colorSize_ / 3 : 8);
     const EGLint configAttributes[] = {
-        EGL_SURFACE_TYPE, doubleBuffer_ ? EGL_WINDOW_BIT : EGL_PBUFFER_BIT,
-        EGL_RENDERABLE_TYPE, EGL_OPENGL_BIT,
-        EGL_RED_SIZE, channelBits,
-        EGL_GREEN_SIZE, channelBits,
-        EGL_BLUE_SIZE, channelBits,
-        EGL_ALPHA_SIZE, alphaSize_,
-        EGL_DEPTH_SIZE, depthSize_,
-        EGL_STENCIL_SIZE, stencilSize_,
+        EGL_SURFACE_TYPE,
+        doubleBuffer_ ? EGL_WINDOW_BIT : EGL_PBUFFER_BIT,
+        EGL_RENDERABLE_TYPE,
+        EGL_OPENGL_BIT,
+        EGL_RED_SIZE,
+        channelBits,
+        EGL_GREEN_SIZE,
+        channelBits,
+        EGL_BLUE_SIZE,
+        channelBits,
+        EGL_ALPHA_SIZE,
+        alphaSize_,
+        EGL_DEPTH_SIZE,
+        depthSize_,
+        EGL_STENCIL_SIZE,
+        stencilSize_,
         EGL_NONE,
     };
     EGLConfig config = nullptr;

@@ -8,10 +8,10 @@
 // followed by a value, ended by 0.
 enum : uint32_t {
     LMOpenGLPFADoubleBuffer = 5,
-    LMOpenGLPFAColorSize = 8,     // followed by bits per pixel, e.g. 32
-    LMOpenGLPFAAlphaSize = 11,    // followed by bits
-    LMOpenGLPFADepthSize = 12,    // followed by bits
-    LMOpenGLPFAStencilSize = 13,  // followed by bits
+    LMOpenGLPFAColorSize = 8, // followed by bits per pixel, e.g. 32
+    LMOpenGLPFAAlphaSize = 11, // followed by bits
+    LMOpenGLPFADepthSize = 12, // followed by bits
+    LMOpenGLPFAStencilSize = 13, // followed by bits
     LMOpenGLPFANoRecovery = 72,
     LMOpenGLPFAAccelerated = 73,
     LMOpenGLPFAOpenGLProfile = 99, // followed by a profile below

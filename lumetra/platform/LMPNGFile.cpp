@@ -29,8 +29,7 @@ struct PNGErrorState {
 
 // Warnings concern ancillary chunks (a colour profile, text); the pixels are whole.
 void onPNGWarning(png_structp, png_const_charp)
-{
-}
+{}
 
 // The file's bytes, handed to libpng as it asks for them.
 struct PNGSource {

@@ -1,8 +1,8 @@
 #include "lumetra/platform/LMPicture.h"
 
-#include "lumetra/platform/LMPictureOutputFile.h"
 #include "lumetra/platform/LMLog.h"
 #include "lumetra/platform/LMPictureFiles.h"
+#include "lumetra/platform/LMPictureOutputFile.h"
 
 #include <algorithm>
 #include <array>
@@ -75,8 +75,7 @@ ReadResult readFile(std::FILE* file, size_t limit, size_t expected, ReadBuffer& 
             return ReadResult::outOfMemory;
         const size_t got = std::fread(buffer.bytes + buffer.length, 1, block, file);
         buffer.length += got;
-        if (got < block || buffer.length > limit ||
-            formatOf(buffer.bytes, buffer.length) == PictureFormat::unknown)
+        if (got < block || buffer.length > limit || formatOf(buffer.bytes, buffer.length) == PictureFormat::unknown)
             break;
         // The rest of a file of known size at once (and one byte more, to
         // see its end), else twice as much as before.
@@ -113,11 +112,8 @@ void drawScaled(const LMBitmap& source, LMSize pointSize, LMBitmap& destination)
 
 } // namespace
 
-LMPicture::LMPicture(std::shared_ptr<LMBitmap> bitmap, LMSize size)
-    : bitmap_(std::move(bitmap))
-    , size_(size)
-{
-}
+LMPicture::LMPicture(std::shared_ptr<LMBitmap> bitmap, LMSize size) : bitmap_(std::move(bitmap)), size_(size)
+{}
 
 std::shared_ptr<LMPicture> LMPicture::pictureWithBitmap(std::shared_ptr<LMBitmap> bitmap)
 {
@@ -151,14 +147,9 @@ std::shared_ptr<LMBitmap> LMReadPictureFile(std::FILE* file, const std::string& 
         return refuse();
     ReadBuffer buffer;
     switch (readFile(file, limit, regular ? size_t(status.st_size) : 0, buffer)) {
-    case ReadResult::failed:
-        LMLog("LMPicture: Cannot read %s: %s", name.c_str(), std::strerror(errno));
-        return nullptr;
-    case ReadResult::outOfMemory:
-        LMLog("LMPicture: Cannot read %s: out of memory", name.c_str());
-        return nullptr;
-    case ReadResult::whole:
-        break;
+    case ReadResult::failed: LMLog("LMPicture: Cannot read %s: %s", name.c_str(), std::strerror(errno)); return nullptr;
+    case ReadResult::outOfMemory: LMLog("LMPicture: Cannot read %s: out of memory", name.c_str()); return nullptr;
+    case ReadResult::whole: break;
     }
     if (buffer.length > limit)
         return refuse();
@@ -170,15 +161,9 @@ std::shared_ptr<LMBitmap> LMReadPictureData(const uint8_t* data, size_t length, 
     std::string error;
     std::shared_ptr<LMBitmap> bitmap;
     switch (formatOf(data, length)) {
-    case PictureFormat::png:
-        bitmap = LMReadPNGData(data, length, error);
-        break;
-    case PictureFormat::jpeg:
-        bitmap = LMReadJPEGData(data, length, error);
-        break;
-    case PictureFormat::unknown:
-        LMLog("LMPicture: %s is neither a PNG nor a JPEG file", name.c_str());
-        return nullptr;
+    case PictureFormat::png: bitmap = LMReadPNGData(data, length, error); break;
+    case PictureFormat::jpeg: bitmap = LMReadJPEGData(data, length, error); break;
+    case PictureFormat::unknown: LMLog("LMPicture: %s is neither a PNG nor a JPEG file", name.c_str()); return nullptr;
     }
     if (!bitmap)
         LMLog("LMPicture: Cannot read %s: %s", name.c_str(), error.c_str());

@@ -20,11 +20,8 @@ std::string errorText(int number)
 
 } // namespace
 
-LMPictureOutputFile::LMPictureOutputFile(std::string path)
-    : path_(std::move(path))
-    , target_(path_)
-{
-}
+LMPictureOutputFile::LMPictureOutputFile(std::string path) : path_(std::move(path)), target_(path_)
+{}
 
 LMPictureOutputFile::~LMPictureOutputFile()
 {

@@ -100,9 +100,7 @@ namespace {
 thread_local const void* currentChannel = nullptr;
 }
 
-VarnelDispatch::VarnelDispatch(std::string label)
-    : label_(std::move(label))
-    , channel_(std::make_shared<Channel>())
+VarnelDispatch::VarnelDispatch(std::string label) : label_(std::move(label)), channel_(std::make_shared<Channel>())
 {
     thread_ = std::thread([channel = channel_] { channel->serve(); });
     // Thread names are limited to 15 characters; the full label stays in label().

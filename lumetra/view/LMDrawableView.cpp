@@ -33,10 +33,7 @@ std::string fragmentShaderSource(bool convertToSRGB)
 const std::vector<uint32_t>& viewPixelFormatAttributes()
 {
     static const std::vector<uint32_t> attributes = {
-        LMOpenGLPFAAccelerated,
-        LMOpenGLPFANoRecovery,
-        LMOpenGLPFAOpenGLProfile, LMOpenGLProfileVersion3_2Core,
-        0,
+        LMOpenGLPFAAccelerated, LMOpenGLPFANoRecovery, LMOpenGLPFAOpenGLProfile, LMOpenGLProfileVersion3_2Core, 0,
     };
     return attributes;
 }
@@ -170,8 +167,8 @@ void LMDrawableView::createWindow()
     // embedding toolkit's windows use it too. Black until the first frame.
     const int screen = DefaultScreen(x11);
     window_ = XCreateSimpleWindow(x11, RootWindow(x11, screen), windowPosition(frame_.x), windowPosition(frame_.y),
-                                  windowExtent(frame_.width), windowExtent(frame_.height), 0,
-                                  BlackPixel(x11, screen), BlackPixel(x11, screen));
+                                  windowExtent(frame_.width), windowExtent(frame_.height), 0, BlackPixel(x11, screen),
+                                  BlackPixel(x11, screen));
     XStoreName(x11, window_, "Lumetra");
     XSync(x11, False);
     updateChildFrame();

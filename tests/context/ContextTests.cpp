@@ -106,8 +106,8 @@ TEST(LMOpenGL, SendsTheViewportOncePerDistinctRectangle)
             sent.push_back(glIntegers(GL_VIEWPORT));
             EXPECT_EQ(gl.currentViewport(), rect) << "cached as given, unfloored";
         }
-        EXPECT_EQ(sent, (std::vector<Ints>{{1, 2, 3, 4}, {0, 0, 100, 50}, {1, 2, 3, 4}, {5, 0, 100, 50}, {0, 0, 0, 0},
-                                           {0, 0, 0, 0}}));
+        EXPECT_EQ(sent, (std::vector<Ints>{
+                            {1, 2, 3, 4}, {0, 0, 100, 50}, {1, 2, 3, 4}, {5, 0, 100, 50}, {0, 0, 0, 0}, {0, 0, 0, 0}}));
     });
 }
 

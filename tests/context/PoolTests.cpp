@@ -146,7 +146,8 @@ TEST_F(RenderTargets, UnusedOnesAreKeptWithinTheirBudgetTheLeastRecentlyReleased
     EXPECT_FALSE(alive(textures[0]) || alive(textures[200])) << "the oldest went";
     size_t weights = 0;
     for (const auto& [id, object] : pool.objectStorage())
-        weights += LMRenderTargetPool::bytesForDimensions(std::static_pointer_cast<LMRenderTarget>(object)->dimensions());
+        weights +=
+            LMRenderTargetPool::bytesForDimensions(std::static_pointer_cast<LMRenderTarget>(object)->dimensions());
     EXPECT_EQ(context->renderTargetBytesAllocated(), weights);
     EXPECT_EQ(context->renderTargetBytesIdle(), weights - LMRenderTargetPool::bytesForDimensions({8, 8}));
 

@@ -7,12 +7,11 @@
 
 namespace {
 
-const char* const gradientShader =
-    "#version 150\n"
-    "noperspective in vec2 lm_location;\n"
-    "out vec3 lm_output;\n"
-    "uniform float lm_green;\n"
-    "void main() { lm_output = vec3(lm_location.x / 8.0, lm_green, 0.25); }\n";
+const char* const gradientShader = "#version 150\n"
+                                   "noperspective in vec2 lm_location;\n"
+                                   "out vec3 lm_output;\n"
+                                   "uniform float lm_green;\n"
+                                   "void main() { lm_output = vec3(lm_location.x / 8.0, lm_green, 0.25); }\n";
 
 } // namespace
 

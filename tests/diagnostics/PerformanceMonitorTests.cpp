@@ -25,7 +25,10 @@ protected:
     // llvmpipe starts a span's clock in the target bound when the span
     // begins, and a fresh context has none.
     void SetUp() override { LMColor::blackColor()->drawWithContext(context); }
-    void finishGL() { context->executeOpenGL([] { glFinish(); }); }
+    void finishGL()
+    {
+        context->executeOpenGL([] { glFinish(); });
+    }
 
     // One span around a little GPU work, which the GPU has finished on return.
     void timeFinishedSpan(LMPerformanceMonitor& monitor)

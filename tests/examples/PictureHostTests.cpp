@@ -34,8 +34,14 @@ int runExample(const std::string& arguments, std::string& errors)
 }
 
 // The two kernels of the built-in sRGB filters, as they compute.
-double decode(double c) { return c < 0.04045 ? c * 0.0774 : std::pow(c * 0.9479 + 0.05213, 2.4); }
-double encode(double c) { return c < 0.00313 ? c * 12.92 : std::pow(c, 0.4167) * 1.055 - 0.055; }
+double decode(double c)
+{
+    return c < 0.04045 ? c * 0.0774 : std::pow(c * 0.9479 + 0.05213, 2.4);
+}
+double encode(double c)
+{
+    return c < 0.00313 ? c * 12.92 : std::pow(c, 0.4167) * 1.055 - 0.055;
+}
 
 // How many of the output's pixels differ by more than a level from the input
 // decoded, dimmed to a quarter outside the spotlight and encoded. The input's

@@ -50,9 +50,11 @@ TEST_F(BuiltInFilters, PerPixelKernelsComputeTheirFormulas)
     auto fader = LMFilterFader::filterWithInput(LMColor::colorWithRed(0.8, 0.6, 0.2));
     fader->setControl(0.5);
     std::vector<std::tuple<std::string, std::shared_ptr<LMDrawable>, LMRGBA>> cases = {
-        {"invert", LMFilterInvert::filterWithInput(LMColor::colorWithRed(0.2, 0.5, 1.0)),
+        {"invert",
+         LMFilterInvert::filterWithInput(LMColor::colorWithRed(0.2, 0.5, 1.0)),
          {1 - stored(0.2), 1 - stored(0.5), 0, 1}},
-        {"max component", LMFilterMaxComponent::filterWithInput(LMColor::colorWithRed(0.2, 0.4, 0.7)),
+        {"max component",
+         LMFilterMaxComponent::filterWithInput(LMColor::colorWithRed(0.2, 0.4, 0.7)),
          {stored(0.7), stored(0.7), stored(0.7), 1}},
         {"max2", max2, {stored(0.5), stored(0.9), stored(0.1), 1}},
         {"fader", fader, {stored(0.8) / 2, stored(0.6) / 2, stored(0.2) / 2, 1}},

@@ -23,8 +23,8 @@ TEST(ConcurrentContexts, DrawTheirOwnChainsOnTheirOwnThreadsAtOnce)
             auto context = LMContext::contextWithDimensions({24.0 + 8 * t, 16.0 + 4 * t});
             context->setCachingEnabled(true);
             const double red = 0.1 + 0.2 * t, green = 0.9 - 0.2 * t;
-            auto fader = LMFilterFader::filterWithInput(
-                LMFilterInvert::filterWithInput(LMColor::colorWithRed(red, green, 0.5)));
+            auto fader =
+                LMFilterFader::filterWithInput(LMFilterInvert::filterWithInput(LMColor::colorWithRed(red, green, 0.5)));
             start.arrive_and_wait();
             for (double control = 1.0 / frames; control <= 1; control += 1.0 / frames) {
                 fader->setControl(control);

@@ -35,7 +35,11 @@ public:
     void setInputB(std::shared_ptr<LMDrawable> input) { setProperty("inputB", std::move(input)); }
     void setControl(std::optional<double> value) { setProperty("control", value ? LMValue(*value) : LMValue()); }
     void setOffset(std::vector<double> offset) { setProperty("offset", std::move(offset)); }
-    void setShift(double x) { announceSetter("setShift:"); setOffset({x, 0}); }
+    void setShift(double x)
+    {
+        announceSetter("setShift:");
+        setOffset({x, 0});
+    }
     void setLabel(std::string label) { setProperty("label", std::move(label)); }
 };
 
@@ -86,11 +90,12 @@ TEST_F(Filters, BindInputsToUnitsInOrderUploadEveryUniformAndReadWhatIsMissingAs
     filter->setValueForKey("loud", "control");
     expectColor(filter->drawWithContext(context), {0, 1, 0.5, 1});
     filter->drawWithContext(context);
-    EXPECT_EQ(capture.lines(),
-              (std::vector<std::string>{
-                  "(anonymous namespace)::TwoInputs: The value of inputA is a number, not a drawable; treating it as absent",
-                  "(anonymous namespace)::TwoInputs: The value of control is a string, not a number; treating it as absent",
-              }));
+    EXPECT_EQ(
+        capture.lines(),
+        (std::vector<std::string>{
+            "(anonymous namespace)::TwoInputs: The value of inputA is a number, not a drawable; treating it as absent",
+            "(anonymous namespace)::TwoInputs: The value of control is a string, not a number; treating it as absent",
+        }));
 
     // A missing control counts as 0; a missing input or an image of another size reads black.
     filter->setControl(std::nullopt);
@@ -174,7 +179,11 @@ TEST_F(Filters, HandlesMarkTheFilterOnlyForWatchedSettersCalledThroughThem)
         {"a watched control", [&] { filter->setControl(0.25); }, true},
         {"reading and drawing mark nothing", [&] { (void)filter->control(), filter->drawWithContext(context); }, false},
         {"setShift is not watched, nor what it stores", [&] { filter->setShift(0.5); }, false},
-        {"a watched uniform", [&] { filter->setOffset({0.125, 0}); }, true},
+        {"a watched uniform",
+         [&] {
+             filter->setOffset({0.125, 0});
+         },
+         true},
         {"an unwatched setter", [&] { filter->setLabel("unwatched"); }, false},
         {"the key-value setter marks for any key", [&] { filter->setValueForKey("still unwatched", "label"); }, true},
         {"a call on the filter itself, on a thread with no handle call of its own, marks nothing",
@@ -240,7 +249,9 @@ TEST_F(Filters, QuadStateLeaksNoGLObjects)
 {
     auto filter = LMFilterInvert::filterWithInput(LMColor::whiteColor());
     filter->drawWithContext(context); // the context makes its own quad on the first draw
-    auto live = [&] { return std::pair(liveGLObjects(*context, glIsVertexArray), liveGLObjects(*context, glIsBuffer)); };
+    auto live = [&] {
+        return std::pair(liveGLObjects(*context, glIsVertexArray), liveGLObjects(*context, glIsBuffer));
+    };
     const auto before = live();
     filter->setUsesCustomOutputSize(true);
     for (double width : {16, 20, 24}) {
@@ -310,8 +321,8 @@ TEST_F(Filters, UniformsUploadTheirLeadingEntriesOrZeros)
     auto tint = LMVector3::vectorWithName("tint");
     auto weights = LMVector4::vectorWithName("weights");
     auto matrix = LMMatrix3::matrixWithName("matrix");
-    const std::string source = "#version 150\nout vec3 lm_output; " + center->uniformString() +
-                               tint->uniformString() + weights->uniformString() + matrix->uniformString() +
+    const std::string source = "#version 150\nout vec3 lm_output; " + center->uniformString() + tint->uniformString() +
+                               weights->uniformString() + matrix->uniformString() +
                                "\nvoid main() { lm_output = vec3(lm_center, 0.0) + lm_tint + lm_weights.xyz * "
                                "lm_weights.w + lm_matrix * vec3(1.0); }\n";
     auto program = context->createProgramWithName("Uniforms", source.c_str());
@@ -335,7 +346,8 @@ TEST_F(Filters, UniformsUploadTheirLeadingEntriesOrZeros)
     for (const auto& [uniform, value, expected, what] : cases) {
         // The location is asked on the GL queue, where the program's context is current.
         GLint location = -1;
-        context->executeOpenGLNoContextSwitch([&] { location = program->uniformLocation(uniformName(uniform.name())); });
+        context->executeOpenGLNoContextSwitch(
+            [&] { location = program->uniformLocation(uniformName(uniform.name())); });
         uniform.bindToLocation(location, value, context);
         std::vector<float> uploaded(expected.size(), -1.0f);
         context->executeOpenGLNoContextSwitch([&] { glGetUniformfv(program->number(), location, uploaded.data()); });

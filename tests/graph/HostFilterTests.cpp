@@ -90,8 +90,9 @@ TEST_F(HostFilters, AnUnknownKeyIsStoredAndReportedOnceWithTheKeysTheFilterKnows
     circle->setValueForKey("still kept", "note");
     circle->setValueForKey(5.0, "raduis");
     circle->setValueForKey(6.0, "raduis");
-    EXPECT_EQ(log.lines(), std::vector<std::string>{"LMFilterCircle: No input, control or uniform is named raduis; it is "
-                                                    "stored, but the filter knows only: radius, centerVector, note"});
+    EXPECT_EQ(log.lines(),
+              std::vector<std::string>{"LMFilterCircle: No input, control or uniform is named raduis; it is "
+                                       "stored, but the filter knows only: radius, centerVector, note"});
     EXPECT_EQ(*circle->valueForKey("raduis").number(), 6.0) << "nothing is lost";
 }
 

@@ -41,7 +41,8 @@ TEST(PictureBridge, ARoundTripGivesBackEveryPixelUprightInWholePixels)
             EXPECT_EQ(std::memcmp(back->bitmap()->rowAt(y), bitmap->rowAt(y), 61 * 4), 0) << "row " << y;
     }
     // An image's size is floored likewise.
-    EXPECT_EQ(LMPicture::imageWithLMImage(LMImage::imageWithContext(context, {100.7, 50.2}))->size(), (LMSize{100, 50}));
+    EXPECT_EQ(LMPicture::imageWithLMImage(LMImage::imageWithContext(context, {100.7, 50.2}))->size(),
+              (LMSize{100, 50}));
 }
 
 TEST(PictureBridge, FitsByTheModeAndShowsTransparencyAsBlack)

@@ -44,8 +44,8 @@ std::string writePNG(const PNGFormat& format)
             palette.push_back({p[0], p[1], p[2]});
             alphas.push_back(p[3]);
             for (char channel : format.channels) {
-                const unsigned sample = channel == 'p' ? palette.size() - 1
-                                                       : p[std::string("rgba").find(channel == 'y' ? 'r' : channel)];
+                const unsigned sample =
+                    channel == 'p' ? palette.size() - 1 : p[std::string("rgba").find(channel == 'y' ? 'r' : channel)];
                 if (format.depth == 16)
                     rows[y].push_back(uint8_t(sample ? (sample * 257 - 100) >> 8 : 0));
                 rows[y].push_back(uint8_t(format.depth == 16 && sample ? sample * 257 - 100 : sample));
@@ -73,11 +73,10 @@ std::string writePNG(const PNGFormat& format)
 
 TEST(PictureFiles, PNGsOfEveryColourTypeLoadAsStraightRGBAAndWriteBackWhole)
 {
-    for (const PNGFormat& format : {PNGFormat{"rgb", PNG_COLOR_TYPE_RGB, 8},
-                                    PNGFormat{"rgba", PNG_COLOR_TYPE_RGBA, 8, PNG_INTERLACE_ADAM7},
-                                    PNGFormat{"rgba", PNG_COLOR_TYPE_RGBA, 16}, PNGFormat{"y", PNG_COLOR_TYPE_GRAY, 8},
-                                    PNGFormat{"ya", PNG_COLOR_TYPE_GRAY_ALPHA, 8},
-                                    PNGFormat{"p", PNG_COLOR_TYPE_PALETTE, 8}}) {
+    for (const PNGFormat& format :
+         {PNGFormat{"rgb", PNG_COLOR_TYPE_RGB, 8}, PNGFormat{"rgba", PNG_COLOR_TYPE_RGBA, 8, PNG_INTERLACE_ADAM7},
+          PNGFormat{"rgba", PNG_COLOR_TYPE_RGBA, 16}, PNGFormat{"y", PNG_COLOR_TYPE_GRAY, 8},
+          PNGFormat{"ya", PNG_COLOR_TYPE_GRAY_ALPHA, 8}, PNGFormat{"p", PNG_COLOR_TYPE_PALETTE, 8}}) {
         const std::string path = writePNG(format);
         auto picture = LMPicture::pictureWithContentsOfFile(path);
         ASSERT_TRUE(picture && picture->writePNGToFile(scratchPath("written.png"))) << path;
@@ -107,7 +106,8 @@ TEST(PictureFiles, DamagedFilesFailWithOneLineAndNoPicture)
         EXPECT_EQ(LMPicture::pictureWithContentsOfFile(scratchPath(name)), nullptr) << name;
         ASSERT_EQ(log.lines().size(), 1u) << name;
         const std::string line = log.lines()[0];
-        EXPECT_TRUE(line.rfind("LMPicture: ", 0) == 0 && line.find(logged) != std::string::npos) << name << ": " << line;
+        EXPECT_TRUE(line.rfind("LMPicture: ", 0) == 0 && line.find(logged) != std::string::npos)
+            << name << ": " << line;
     }
     // A missing file and a write into a missing folder: the tool's test, which
     // shows the library's line with its reason.
@@ -138,8 +138,9 @@ TEST(PictureFiles, AStreamIsReadNoFurtherThanTheLimit)
         writer.join();
         if (endless) {
             EXPECT_FALSE(bitmap);
-            EXPECT_EQ(log.lines(), std::vector<std::string>{
-                                       "LMPicture: Cannot read the stream: it holds more than 1 MiB, more than any picture file"});
+            EXPECT_EQ(log.lines(),
+                      std::vector<std::string>{
+                          "LMPicture: Cannot read the stream: it holds more than 1 MiB, more than any picture file"});
             // What the pipe held when the reader stopped, and no more.
             EXPECT_LE(sent.load(), limit + 256 * 1024);
         } else {

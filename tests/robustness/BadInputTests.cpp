@@ -127,11 +127,10 @@ TEST_F(BadInputs, SizesAreRefusedWithALogLine)
         });
         // Less than a pixel either way is refused before any bitmap is made,
         // and more than a bitmap can hold before any texture is.
-        const std::string pictureLine = !(size.width >= 1 && size.height >= 1)
-                                            ? "LMPicture: Cannot draw a picture of " + name + " points"
-                                        : std::max(size.width, size.height) < 1e9
-                                            ? "LMPicture: Error uploading a texture of "
-                                            : "LMBitmap: Cannot make a bitmap of ";
+        const std::string pictureLine =
+            !(size.width >= 1 && size.height >= 1)    ? "LMPicture: Cannot draw a picture of " + name + " points"
+            : std::max(size.width, size.height) < 1e9 ? "LMPicture: Error uploading a texture of "
+                                                      : "LMBitmap: Cannot make a bitmap of ";
         sweep(context, "a picture of " + name, pictureLine, [&] {
             picture->setSize(size);
             EXPECT_EQ(picture->lumetraImageWithContext(context), nullptr);
@@ -147,8 +146,8 @@ TEST_F(BadInputs, SizesAreRefusedWithALogLine)
         });
     }
 
-    for (const auto& [width, height] : std::vector<std::pair<int32_t, int32_t>>{
-             {0, 4}, {4, -1}, {INT32_MIN, 4}, {INT32_MAX, 4}, {65536, 65536}}) {
+    for (const auto& [width, height] :
+         std::vector<std::pair<int32_t, int32_t>>{{0, 4}, {4, -1}, {INT32_MIN, 4}, {INT32_MAX, 4}, {65536, 65536}}) {
         const std::string name = std::to_string(width) + " by " + std::to_string(height);
         sweep(context, "a bitmap of " + name, "LMBitmap: Cannot make a bitmap of " + name, [&] {
             EXPECT_EQ(newBIR(width, height), nullptr);
@@ -320,9 +319,8 @@ TEST_F(BadInputs, ContextOperationsRefuseWhatTheyCannotUse)
         EXPECT_EQ(LMOpenGLPixelFormat::pixelFormatWithAttributes({LMOpenGLPFAOpenGLProfile, 0x9999, 0}), nullptr);
         EXPECT_EQ(LMOpenGLContext::contextWithFormat(nullptr, nullptr), nullptr);
     });
-    sweep(context, "a profile without its value", "LMOpenGLPixelFormat: Attribute 99 has no value", [&] {
-        EXPECT_EQ(LMOpenGLPixelFormat::pixelFormatWithAttributes({LMOpenGLPFAOpenGLProfile}), nullptr);
-    });
+    sweep(context, "a profile without its value", "LMOpenGLPixelFormat: Attribute 99 has no value",
+          [&] { EXPECT_EQ(LMOpenGLPixelFormat::pixelFormatWithAttributes({LMOpenGLPFAOpenGLProfile}), nullptr); });
 
     // Drawing with no context at all: documented as null or an image without
     // a target, and nothing logged.

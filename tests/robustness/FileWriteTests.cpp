@@ -34,7 +34,8 @@ std::shared_ptr<LMPicture> noisePicture(int side)
     auto bitmap = newBIR(side, side);
     uint32_t state = 12345;
     for (int i = 0; i < side * side * 4; ++i)
-        bitmap->rowAt(i / (side * 4))[i % (side * 4)] = uint8_t(i % 4 == 3 ? 255 : (state = state * 1664525 + 1013904223) >> 24);
+        bitmap->rowAt(i / (side * 4))[i % (side * 4)] =
+            uint8_t(i % 4 == 3 ? 255 : (state = state * 1664525 + 1013904223) >> 24);
     return LMPicture::pictureWithBitmap(bitmap);
 }
 
@@ -63,8 +64,9 @@ protected:
             EXPECT_TRUE(expected.count(entry.path().filename().string())) << entry.path() << " left behind";
     }
 
-    const fs::path dir_ = fs::path(testing::TempDir()) /
-                          ("lumetra_write_" + std::string(testing::UnitTest::GetInstance()->current_test_info()->name()));
+    const fs::path dir_ =
+        fs::path(testing::TempDir()) /
+        ("lumetra_write_" + std::string(testing::UnitTest::GetInstance()->current_test_info()->name()));
 };
 
 TEST_F(FileWriteTest, AFailedWriteLeavesTheFileThatWasThere)
@@ -83,7 +85,8 @@ TEST_F(FileWriteTest, AFailedWriteLeavesTheFileThatWasThere)
         {"full.jpg", "File too large", fileSizeLimit},
         // A folder nobody may write to, holding a file anybody may write:
         // a privileged child, whom permissions do not stop, gives them up.
-        {"readonly.png", "Permission denied", [this](const std::string&) {
+        {"readonly.png", "Permission denied",
+         [this](const std::string&) {
              fs::permissions(dir_, fs::perms::all & ~writable);
              if (geteuid() == 0 && (setgid(65534) != 0 || setuid(65534) != 0))
                  _exit(2);
@@ -100,8 +103,8 @@ TEST_F(FileWriteTest, AFailedWriteLeavesTheFileThatWasThere)
             test.limit(old);
             LogCapture log;
             const bool failedWithOneLine =
-                !writeAs(path) &&
-                log.lines() == std::vector<std::string>{"LMPicture: Cannot write " + path.string() + ": " + test.reason};
+                !writeAs(path) && log.lines() == std::vector<std::string>{"LMPicture: Cannot write " + path.string() +
+                                                                          ": " + test.reason};
             _exit(failedWithOneLine ? 0 : 1);
         }
         int status = 0;
@@ -129,8 +132,8 @@ TEST_F(FileWriteTest, ADeviceIsWrittenInPlaceAndNeverRemoved)
     EXPECT_TRUE(writeAs(null) && noisePicture(128)->writeJPEGToFile(null));
     EXPECT_TRUE(fs::is_character_file(full) && fs::is_character_file(null));
     expectOnly({"full.png", "null.png"});
-    EXPECT_EQ(log.lines(), std::vector<std::string>{"LMPicture: Cannot write " + full.string() +
-                                                    ": No space left on device"});
+    EXPECT_EQ(log.lines(),
+              std::vector<std::string>{"LMPicture: Cannot write " + full.string() + ": No space left on device"});
 }
 
 TEST_F(FileWriteTest, AReplacedFileKeepsItsModeItsLinkAndTakesAnyLegalName)

@@ -94,7 +94,8 @@ TEST(HostGLStateTest, ReadBacksUploadsAndDrawsIgnoreWhatAHostBlockLeaves)
     const Outcome clean = outcomeAfter({});
     ASSERT_EQ(clean.pixel, (LMRGBA{51 / 255.0, 153 / 255.0, 204 / 255.0, 1}));
     ASSERT_EQ(clean.draw.size(), size_t(width * height * 4));
-    const Pixel uploaded{clean.upload[4 * 8], clean.upload[4 * 8 + 1], clean.upload[4 * 8 + 2], clean.upload[4 * 8 + 3]};
+    const Pixel uploaded{clean.upload[4 * 8], clean.upload[4 * 8 + 1], clean.upload[4 * 8 + 2],
+                         clean.upload[4 * 8 + 3]};
     EXPECT_EQ(uploaded, gradient(1, 1)) << "the upload is exact";
 
     const std::vector<std::pair<std::string, Block>> leftovers = {
@@ -112,7 +113,8 @@ TEST(HostGLStateTest, ReadBacksUploadsAndDrawsIgnoreWhatAHostBlockLeaves)
         {"blending that keeps the destination", [] { glEnable(GL_BLEND), glBlendFunc(GL_ZERO, GL_ONE); }},
         {"polygons as lines", [] { glPolygonMode(GL_FRONT_AND_BACK, GL_LINE); }},
         {"a one-pixel viewport", [] { glViewport(0, 0, 1, 1); }},
-        {"nearest-sampling sampler objects", [] {
+        {"nearest-sampling sampler objects",
+         [] {
              GLuint sampler = 0;
              glGenSamplers(1, &sampler), glSamplerParameteri(sampler, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
              for (GLuint unit = 0; unit < 8; ++unit)
@@ -162,9 +164,9 @@ TEST(HostGLStateTest, AReadBackThatGLRefusesGivesNothingAndALine)
     LogCapture log;
     EXPECT_FALSE(image->readPixelColorAtX(0, 0));
     EXPECT_FALSE(LMPicture::imageWithLMImage(image));
-    EXPECT_EQ(log.lines(), (std::vector<std::string>{
-                               "LMImage: Error 0x0506 reading back pixel 0, 0; returning nothing",
-                               "LMPicture: Error 0x0506 reading back an image of 7 by 5 pixels"}));
+    EXPECT_EQ(log.lines(),
+              (std::vector<std::string>{"LMImage: Error 0x0506 reading back pixel 0, 0; returning nothing",
+                                        "LMPicture: Error 0x0506 reading back an image of 7 by 5 pixels"}));
     EXPECT_EQ(pendingGLError(*context), GLenum(GL_NO_ERROR));
 }
 

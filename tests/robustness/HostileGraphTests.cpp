@@ -101,8 +101,8 @@ TEST(HostileGraphs, InputNamesChangedDuringTheFiltersOwnDraw)
     auto context = LMContext::contextWithDimensions(size);
     auto max = LMFilterMax2::filter();
     auto node = std::make_shared<CallbackNode>();
-    for (const std::vector<std::string>& names : {std::vector<std::string>{"inputA", "inputB", "c", "d", "e"},
-                                                  std::vector<std::string>{}}) {
+    for (const std::vector<std::string>& names :
+         {std::vector<std::string>{"inputA", "inputB", "c", "d", "e"}, std::vector<std::string>{}}) {
         node->duringDraw = [&, names] { max.get()->setInputNames(names); };
         max.get()->setInputNames({"inputA", "inputB"});
         max->setInputA(node);

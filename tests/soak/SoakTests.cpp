@@ -57,7 +57,10 @@ double unit(uint64_t stream, uint64_t n)
 }
 
 // LUMETRA_SOAK_FRAMES from the environment, or `otherwise`.
-long framesAsked(long otherwise) { return std::getenv("LUMETRA_SOAK_FRAMES") ? std::atol(std::getenv("LUMETRA_SOAK_FRAMES")) : otherwise; }
+long framesAsked(long otherwise)
+{
+    return std::getenv("LUMETRA_SOAK_FRAMES") ? std::atol(std::getenv("LUMETRA_SOAK_FRAMES")) : otherwise;
+}
 
 // What the schedule asks for at one frame; a pure function of the frame.
 // `pattern` is the picture the host's texture holds; the passthrough's
@@ -89,12 +92,19 @@ Settings settingsAt(long frame)
     // radius squared halfway between whole numbers, so no pixel centre comes
     // within 0.008 of the edge and single precision decides every pixel as
     // the reference does.
-    return {.width = width, .height = height, .pattern = int((frame + 8) / 16 % 2),
-            .passthroughSource = int((frame + 3) / 8 % 3), .caching = frame / 24 % 2 == 1,
-            .mixSwapped = (frame + 7) / 16 % 2 == 1, .fade = u >= 0.1 ? std::optional(1.6 * u) : std::nullopt,
+    return {.width = width,
+            .height = height,
+            .pattern = int((frame + 8) / 16 % 2),
+            .passthroughSource = int((frame + 3) / 8 % 3),
+            .caching = frame / 24 % 2 == 1,
+            .mixSwapped = (frame + 7) / 16 % 2 == 1,
+            .fade = u >= 0.1 ? std::optional(1.6 * u) : std::nullopt,
             .centreX = std::floor(width * unit(2, frame / 6)) + 0.5,
-            .centreY = std::floor(height * unit(3, frame / 6)) + 0.5, .radius = std::sqrt(std::floor(r * r) + 0.5),
-            .quarterTurns = int(m % 4), .mirrored = int(m / 4 % 2), .dx = int(unit(5, m) * width) - width / 2,
+            .centreY = std::floor(height * unit(3, frame / 6)) + 0.5,
+            .radius = std::sqrt(std::floor(r * r) + 0.5),
+            .quarterTurns = int(m % 4),
+            .mirrored = int(m / 4 % 2),
+            .dx = int(unit(5, m) * width) - width / 2,
             .dy = int(unit(6, m) * height) - height / 2};
 }
 
@@ -109,14 +119,21 @@ Pixel texelAt(int i, int j, int pattern)
 // Each channel through `f`, rounded the way a 16-bit render target stores
 // it, so that thresholds are decided on the values the GPU really saw.
 template <class F = double (*)(double)>
-RGB stored(RGB c, F f = [](double v) { return v; })
+RGB stored(
+    RGB c, F f = [](double v) { return v; })
 {
     for (double& v : c)
         v = std::round(std::clamp(f(v), 0.0, 1.0) * 65535.0) / 65535.0;
     return c;
 }
-double decodeSRGB(double c) { return c < 0.04045 ? 0.0774 * c : std::pow(0.9479 * c + 0.05213, 2.4); }
-double encodeSRGB(double c) { return c < 0.00313 ? 12.92 * c : 1.055 * std::pow(c, 0.4167) - 0.055; }
+double decodeSRGB(double c)
+{
+    return c < 0.04045 ? 0.0774 * c : std::pow(0.9479 * c + 0.05213, 2.4);
+}
+double encodeSRGB(double c)
+{
+    return c < 0.00313 ? 12.92 * c : 1.055 * std::pow(c, 0.4167) - 0.055;
+}
 
 // The fixture's output computed on the CPU in double precision from the
 // filters' documented formulas, given what the accumulator holds; pixels
@@ -138,8 +155,8 @@ std::vector<RGB> expectedOutput(const Settings& s, const std::vector<RGB>& held)
             double sx = x + 0.5 - s.dx, sy = y + 0.5 - s.dy;
             for (int turn = 0; turn < s.quarterTurns; ++turn)
                 sx = std::exchange(sy, -sx);
-            const RGB inverse = stored(texel(wrap(s.mirrored ? -sx : sx, s.width), wrap(sy, s.height)),
-                                       [](double c) { return 1 - c; });
+            const RGB inverse =
+                stored(texel(wrap(s.mirrored ? -sx : sx, s.width), wrap(sy, s.height)), [](double c) { return 1 - c; });
             const double grey = std::max({inverse[0], inverse[1], inverse[2]});
             RGB mixed = stored(colourB);
             for (int k = 0; k < 3; ++k)
@@ -237,7 +254,8 @@ protected:
     }
 
     std::shared_ptr<LMContext> context = LMContext::contextWithDimensions({64, 64});
-    GLuint texture = makeTexture(*context, texelsWide, texelsHigh, [](int, int) { return Pixel{}; }, GL_TEXTURE_2D);
+    GLuint texture = makeTexture(
+        *context, texelsWide, texelsHigh, [](int, int) { return Pixel{}; }, GL_TEXTURE_2D);
     std::shared_ptr<LMColor> colourNodeA = LMColor::colorWithRed(colourA[0], colourA[1], colourA[2]);
     std::shared_ptr<LMColor> colourNodeB = LMColor::colorWithRed(colourB[0], colourB[1], colourB[2]);
     std::shared_ptr<LMOpenGLTextureAdapter> adapter = LMOpenGLTextureAdapter::adapterWithContext(context);
@@ -341,7 +359,8 @@ TEST(SoakResizing, ACustomOutputSizeThatChangesEveryFrameKeepsThePoolWithinItsBu
     }
     const long residentAtEnd = residentKilobytes();
     EXPECT_LE(residentAtEnd - residentAtStart, long((budget + 3 * largest) / 1024) + 96 * 1024);
-    EXPECT_TRUE(frames < 50000 || residentAtEnd - residentAtAFifth <= 8192) << residentAtEnd - residentAtAFifth << " kB";
+    EXPECT_TRUE(frames < 50000 || residentAtEnd - residentAtAFifth <= 8192)
+        << residentAtEnd - residentAtAFifth << " kB";
     EXPECT_EQ(pendingGLError(*context), GLenum(GL_NO_ERROR));
     EXPECT_EQ(log.lines(), std::vector<std::string>{});
 }

@@ -69,7 +69,8 @@ TEST_F(DrawableView, EncodesToSRGBWhenAskedAndSettingAContextAgainRedoesTheWhole
     const auto expectShown = [&](double red, double blue) {
         const uint32_t shown = shownAt(10, 10);
         EXPECT_TRUE(std::abs((shown >> 16) - red * 255) <= 0.5 && (shown >> 8 & 0xFF) == 255u &&
-                    std::abs((shown & 0xFF) - blue * 255) <= 0.5) << std::hex << "shown: " << shown;
+                    std::abs((shown & 0xFF) - blue * 255) <= 0.5)
+            << std::hex << "shown: " << shown;
     };
     view->setInput(image);
     expectShown(0.0031, 0.4);
@@ -93,8 +94,9 @@ TEST_F(DrawableView, EncodesToSRGBWhenAskedAndSettingAContextAgainRedoesTheWhole
 
     view->setContext(other);
     view->setInput(image);
-    EXPECT_EQ(log.lines(), (std::vector<std::string>{
-                               "LMDrawableView: The input image is not an image of the view's context; not drawing it"}));
+    EXPECT_EQ(log.lines(),
+              (std::vector<std::string>{
+                  "LMDrawableView: The input image is not an image of the view's context; not drawing it"}));
     expectShown(0.0031, 0.4); // an image of another context is not drawn
 }
 
@@ -147,7 +149,8 @@ TEST_F(DrawableView, WhoseWindowAnotherClientDestroyedLogsOnceAndDoesNothing)
         view->setInput(LMColor::greenColor()->drawWithContext(context));
         view->setContext(context);
     }
-    EXPECT_EQ(log.lines(), (std::vector<std::string>{"LMDrawableView: The view's window is gone; it will draw nothing"}));
+    EXPECT_EQ(log.lines(),
+              (std::vector<std::string>{"LMDrawableView: The view's window is gone; it will draw nothing"}));
     EXPECT_TRUE(LMColor::blueColor()->drawWithContext(context)->readPixelColorAtX(0, 0)) << "drawing goes on";
 
     // A new view gets a window of its own and shows what it is given.

@@ -42,9 +42,9 @@ TEST(ViewsWhoseXServerWent, ReturnLogOnceAndLeaveDrawingAlone)
     late->setHidden(false);
     late->redraw();
     alarm(0);
-    EXPECT_EQ(log.lines(), (std::vector<std::string>{
-                               "LMDrawableView: The X server has gone; the view will draw nothing",
-                               "LMDrawableView: No X11 display to show the view on; it will draw nothing"}));
+    EXPECT_EQ(log.lines(),
+              (std::vector<std::string>{"LMDrawableView: The X server has gone; the view will draw nothing",
+                                        "LMDrawableView: No X11 display to show the view on; it will draw nothing"}));
     const auto drawn = LMColor::blueColor()->drawWithContext(context)->readPixelColorAtX(0, 0);
     EXPECT_TRUE(drawn && drawn->blue == 1.0) << "the rendering context goes on drawing";
 }
