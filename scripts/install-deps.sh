@@ -12,6 +12,8 @@ packages=(
   xvfb xauth
   # scripts/fuzz.sh: clang, libFuzzer and the sanitizers' run times
   clang libclang-rt-14-dev
+  # scripts/check-format.sh and scripts/tidy.sh
+  clang-format-14 clang-tidy-14
 )
 
 missing=()

@@ -297,8 +297,9 @@ TEST_F(Soak, EveryKindOfNodeKeepsItsResourcesAndOutputsSteadyOverThousandsOfFram
         ASSERT_LE(context->programCache().size(), 8u + 2u) << "frame " << frame;
         // Every seventh frame of the first and last cycles: among them are
         // frames after each kind of change made with caching on.
-        if ((cycle == 0 || cycle == cycles - 1) && inCycle % 7 == 3)
+        if ((cycle == 0 || cycle == cycles - 1) && inCycle % 7 == 3) {
             ASSERT_EQ(differenceFromReference(frame, s, output), "") << "frame " << frame;
+        }
         // Memory is compared before the last cycle, whose reference checks
         // allocate on the heap themselves.
         if (inCycle == cycleFrames - 1 && (cycle == warmUpCycles - 1 || cycle == cycles - 2))

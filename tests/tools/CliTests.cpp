@@ -164,7 +164,8 @@ TEST_F(CliTest, BadInputEndsWithOneMessageAndNoOutput)
     struct Case {
         std::string arguments;
         int status;
-        std::string message, feeder;
+        std::string message;
+        std::string feeder = {}; // a shell command whose output is the tool's standard input
         bool severalLines = false; // a usage summary or the compiler's log after the message
     };
     const Case cases[] = {
