@@ -38,7 +38,6 @@
 #include "lumetra/graph/LMDrawable.h"
 #include "lumetra/graph/LMDrawableCaching.h"
 #include "lumetra/graph/LMFilter.h"
-#include "lumetra/graph/LMFilterClass.h"
 #include "lumetra/graph/LMFilterSingleInput.h"
 #include "lumetra/graph/LMGraphDepth.h"
 #include "lumetra/graph/LMImage.h"
@@ -52,13 +51,14 @@
 #include "lumetra/graph/LMVector2.h"
 #include "lumetra/graph/LMVector3.h"
 #include "lumetra/graph/LMVector4.h"
+#include "lumetra/nodes/LMFilterClass.h"
 
+#include "lumetra/graph/LMProxyCallScope.h"
 #include "lumetra/nodes/LMColor.h"
 #include "lumetra/nodes/LMFilterProxy.h"
 #include "lumetra/nodes/LMFilterRef.h"
 #include "lumetra/nodes/LMImageAccumulator.h"
 #include "lumetra/nodes/LMPassthrough.h"
-#include "lumetra/nodes/LMProxyCallScope.h"
 
 #include "lumetra/interop/LMContentScaleMode.h"
 #include "lumetra/interop/LMFilterOpenGLTextureAdapter.h"

@@ -20,10 +20,11 @@ public:
 
     // The action is a member function of the target's class (or of a base)
     // taking the sender, or any callable taking the target and the sender.
-    // clang-format off: clang-format 14 misreads requires-clauses
+    // (clang-format 14 misplaces requires-clauses)
+    // clang-format off
     template <class Target, class Action>
-    requires std::is_invocable_v<Action&, Target&, Sender&> LMTargetAction(const std::shared_ptr<Target>& target,
-                                                                           Action action)
+        requires std::is_invocable_v<Action&, Target&, Sender&>
+    LMTargetAction(const std::shared_ptr<Target>& target, Action action)
         : target_(target)
     {
         // A null pointer or an empty function is no action. Only what can

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "lumetra/graph/LMFilterClass.h"
+#include "lumetra/nodes/LMFilterClass.h"
 
 // Decodes sRGB to linear colour: 0.0774 c below 0.04045, else
 // (0.9479 c + 0.05213)^2.4, chosen per channel without a branch.

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "lumetra/graph/LMFilterClass.h"
+#include "lumetra/nodes/LMFilterClass.h"
 
 // Encodes linear colour as sRGB: 12.92 c below 0.00313, else
 // 1.055 c^0.4167 - 0.055, chosen per channel without a branch.

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "lumetra/graph/LMFilterClass.h"
+#include "lumetra/nodes/LMFilterClass.h"
 
 #include <optional>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "lumetra/graph/LMFilterClass.h"
+#include "lumetra/nodes/LMFilterClass.h"
 
 // Each channel becomes 1 minus itself.
 class LMFilterInvert : public LMFilterClass<LMFilterInvert, LMFilterSingleInput> {

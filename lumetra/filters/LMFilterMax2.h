@@ -1,6 +1,6 @@
 #pragma once
 
-#include "lumetra/graph/LMFilterClass.h"
+#include "lumetra/nodes/LMFilterClass.h"
 
 // The larger of two inputs, channel by channel, at the same place.
 class LMFilterMax2 : public LMFilterClass<LMFilterMax2> {

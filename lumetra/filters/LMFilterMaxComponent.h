@@ -1,6 +1,6 @@
 #pragma once
 
-#include "lumetra/graph/LMFilterClass.h"
+#include "lumetra/nodes/LMFilterClass.h"
 
 // A grey image of each pixel's largest channel.
 class LMFilterMaxComponent : public LMFilterClass<LMFilterMaxComponent, LMFilterSingleInput> {

@@ -3,11 +3,11 @@
 #include "lumetra/context/LMContext.h"
 #include "lumetra/graph/LMCycleGuard.h"
 #include "lumetra/graph/LMGraphDepth.h"
+#include "lumetra/graph/LMImageClearing.h"
+#include "lumetra/graph/LMProxyCallScope.h"
 #include "lumetra/graph/LMReleaseLater.h"
 #include "lumetra/graph/LMScalerStretch.h"
-#include "lumetra/nodes/LMColor.h"
-#include "lumetra/nodes/LMFilterProxy.h"
-#include "lumetra/nodes/LMProxyCallScope.h"
+#include "lumetra/graph/LMWatchedSetters.h"
 #include "lumetra/platform/LMLog.h"
 
 #include <algorithm>
@@ -180,8 +180,8 @@ LMValue LMFilter::valueForKey(std::string_view key) const
 
 void LMFilter::setValueForKey(LMValue value, std::string_view key)
 {
-    if (const LMFilterProxy* proxy = LMProxyCallScope::claim(this))
-        markTargetIfSelectorIsWatchedMethod(this, "setValue:forKey:", proxy->watchedMethods());
+    if (const std::vector<std::string>* watched = LMProxyCallScope::claim(this))
+        markTargetIfSelectorIsWatchedMethod(this, "setValue:forKey:", *watched);
     if (!isDeclaredKey(key) && properties_.find(key) == properties_.end())
         reportUnknownKey(key);
     storeProperty(key, std::move(value));
@@ -192,11 +192,11 @@ void LMFilter::setProperty(std::string_view key, LMValue value)
     // The handle cannot say which member it reached; the first watched key
     // that the call stores names it (a setter that first stores a counter or
     // a derived value is still a setter of its control).
-    if (const LMFilterProxy* proxy = LMProxyCallScope::undecided(this)) {
-        const std::string setter = LMFilterProxy::setterNameForProperty(key);
-        if (isWatchedSetter(setter, proxy->watchedMethods())) {
+    if (const std::vector<std::string>* watched = LMProxyCallScope::undecided(this)) {
+        const std::string setter = setterNameForKey(key);
+        if (isWatchedSetter(setter, *watched)) {
             LMProxyCallScope::claim(this);
-            markTargetIfSelectorIsWatchedMethod(this, setter, proxy->watchedMethods());
+            markTargetIfSelectorIsWatchedMethod(this, setter, *watched);
         }
     }
     storeProperty(key, std::move(value));
@@ -204,8 +204,8 @@ void LMFilter::setProperty(std::string_view key, LMValue value)
 
 void LMFilter::announceSetter(std::string_view setterName)
 {
-    if (const LMFilterProxy* proxy = LMProxyCallScope::claim(this))
-        markTargetIfSelectorIsWatchedMethod(this, setterName, proxy->watchedMethods());
+    if (const std::vector<std::string>* watched = LMProxyCallScope::claim(this))
+        markTargetIfSelectorIsWatchedMethod(this, setterName, *watched);
 }
 
 void LMFilter::storeProperty(std::string_view key, LMValue value)
@@ -375,7 +375,7 @@ std::shared_ptr<LMImage> LMFilter::drawWithContext(const std::shared_ptr<LMConte
     // reads as black, and the draw where the cycle closes gives black.
     if (drawing_) {
         cycleMet_ = true;
-        return LMColor::blackColor()->drawWithContext(context);
+        return blackImageWithContext(context);
     }
     if (validCachedOutputForContext(context))
         return cachedOutput_;
@@ -388,7 +388,7 @@ std::shared_ptr<LMImage> LMFilter::drawWithContext(const std::shared_ptr<LMConte
             LMLog("LMFilter: The graph is more than %d nodes deep at %s; drawing black", LMGraphDepth::maximumDepth,
                   description().c_str());
         // Not cached: drawn from nearer the root, the filter draws properly.
-        return LMColor::blackColor()->drawWithContext(context);
+        return blackImageWithContext(context);
     }
 
     // Loading the program is part of the render's one trip to the queue.
@@ -401,7 +401,7 @@ std::shared_ptr<LMImage> LMFilter::drawWithContext(const std::shared_ptr<LMConte
     if (cycleMet_) {
         if (!std::exchange(reportedCycle_, true))
             LMLog("LMFilter: The graph has a cycle through %s; drawing black", description().c_str());
-        output = LMColor::blackColor()->drawWithContext(context);
+        output = blackImageWithContext(context);
     }
     setCachedOutput(std::move(output));
     return cachedOutput_;
@@ -444,7 +444,7 @@ void LMFilter::drawInputsWithContext(const std::shared_ptr<LMContext>& context)
         }
         // A missing input, one that drew nothing and one refused above read
         // as black: an unbound texture unit would sample what it held before.
-        values[i] = image ? image : LMColor::blackColor()->drawWithContext(context);
+        values[i] = image ? image : blackImageWithContext(context);
     }
     inputValues_ = std::move(values);
 }
@@ -526,21 +526,14 @@ std::shared_ptr<LMImage> LMFilter::renderWithContext(const std::shared_ptr<LMCon
     if (!program)
         return nullptr;
 
-    std::shared_ptr<LMImage> output = usesCustomOutputSize_ ? LMImage::imageWithContext(context, customOutputSize_)
-                                                            : LMImage::imageWithContext(context);
-    // Without a target nothing is bound: drawing now would land in the
-    // target bound before. The pool has said why.
-    if (!output->target())
+    std::shared_ptr<LMImage> output = leaseBoundImage(context, outputSize);
+    if (!output)
         return nullptr;
-    output->bind();
 
     // A program that failed to link cannot be used (GL would keep the
     // previous one); its failure was logged, and the output is black.
     if (!program->isLinked()) {
-        context->executeOpenGLNoContextSwitch([] {
-            glClearColor(0, 0, 0, 1);
-            glClear(GL_COLOR_BUFFER_BIT);
-        });
+        clearBoundTarget(*context, LMRGBA::blackColor());
         return output;
     }
     context->executeOpenGLNoContextSwitch([&] { program->useProgram(); });

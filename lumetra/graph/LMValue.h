@@ -22,10 +22,13 @@ public:
     LMValue(std::initializer_list<double> numbers) : storage_(std::vector<double>(numbers)) {}
     LMValue(std::string text) : storage_(std::move(text)) {}
     LMValue(const char* text) : storage_(std::string(text ? text : "")) {}
-    // clang-format off: clang-format 14 misreads requires-clauses
+    // (clang-format 14 misplaces requires-clauses)
+    // clang-format off
     template <class Drawable>
-    requires std::is_convertible_v<Drawable*, LMDrawable*> LMValue(std::shared_ptr<Drawable> drawable)
-        : storage_(drawable ? Storage(std::in_place_type<std::shared_ptr<LMDrawable>>, std::move(drawable)) : Storage())
+        requires std::is_convertible_v<Drawable*, LMDrawable*>
+    LMValue(std::shared_ptr<Drawable> drawable)
+        : storage_(drawable ? Storage(std::in_place_type<std::shared_ptr<LMDrawable>>, std::move(drawable))
+                            : Storage())
     {
         // Made in place rather than assigned: GCC 12, optimising a host's
         // sanitizer build, takes the assignment into an empty variant for a
@@ -34,12 +37,14 @@ public:
     // clang-format on
 
     // Anything that stands for a drawable, such as a filter handle.
-    // clang-format off: clang-format 14 misreads requires-clauses
+    // (clang-format 14 misplaces requires-clauses)
+    // clang-format off
     template <class Handle>
-    requires(!std::is_same_v<Handle, std::nullptr_t> && !requires { typename Handle::element_type; } &&
-             std::is_convertible_v<const Handle&, std::shared_ptr<LMDrawable>>) LMValue(const Handle& handle)
-        : LMValue(static_cast<std::shared_ptr<LMDrawable>>(handle))
-    {}
+        requires(!std::is_same_v<Handle, std::nullptr_t> && !requires { typename Handle::element_type; } &&
+                 std::is_convertible_v<const Handle&, std::shared_ptr<LMDrawable>>)
+    LMValue(const Handle& handle) : LMValue(static_cast<std::shared_ptr<LMDrawable>>(handle))
+    {
+    }
     // clang-format on
 
     bool isNone() const { return std::holds_alternative<std::monostate>(storage_); }

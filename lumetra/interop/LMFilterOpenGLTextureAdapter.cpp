@@ -1,7 +1,8 @@
 #include "lumetra/interop/LMFilterOpenGLTextureAdapter.h"
 
 #include "lumetra/context/LMContext.h"
-#include "lumetra/nodes/LMProxyCallScope.h"
+#include "lumetra/graph/LMImageClearing.h"
+#include "lumetra/graph/LMProxyCallScope.h"
 #include "lumetra/platform/LMException.h"
 #include "lumetra/platform/LMLog.h"
 
@@ -115,17 +116,11 @@ std::shared_ptr<LMImage> LMFilterOpenGLTextureAdapter::applyProgramWithContext(
     if (program && program->isLinked())
         context->executeOpenGLNoContextSwitch([&] { program->useProgram(); });
 
-    std::shared_ptr<LMImage> output = LMImage::imageWithContext(context);
-    // Without a target nothing is bound: drawing now would land in the
-    // target bound before. The pool has said why.
-    if (!output->target())
+    std::shared_ptr<LMImage> output = leaseBoundImage(context, context->dimensions());
+    if (!output)
         return nullptr;
-    output->bind();
     auto drawBlack = [&] {
-        context->executeOpenGLNoContextSwitch([] {
-            glClearColor(0, 0, 0, 1);
-            glClear(GL_COLOR_BUFFER_BIT);
-        });
+        clearBoundTarget(*context, LMRGBA::blackColor());
         return output;
     };
 

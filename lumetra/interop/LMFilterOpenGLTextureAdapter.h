@@ -1,7 +1,7 @@
 #pragma once
 
-#include "lumetra/graph/LMFilterClass.h"
 #include "lumetra/graph/LMVAOStateTextured.h"
+#include "lumetra/nodes/LMFilterClass.h"
 #include "lumetra/platform/LMGL.h"
 #include "lumetra/platform/LMSize.h"
 

@@ -1,18 +1,7 @@
 #include "lumetra/nodes/LMColor.h"
 
 #include "lumetra/context/LMContext.h"
-
-#include <cmath>
-
-namespace {
-
-// GL clamps clear colours to 0..1, but NaN has no defined clamp.
-GLfloat clearComponent(double component)
-{
-    return std::isnan(component) ? 0.0f : static_cast<GLfloat>(component);
-}
-
-} // namespace
+#include "lumetra/graph/LMImageClearing.h"
 
 std::shared_ptr<LMColor> LMColor::color()
 {
@@ -63,26 +52,7 @@ std::shared_ptr<LMImage> LMColor::drawWithContext(const std::shared_ptr<LMContex
     if (lastImage_ && context && lastImage_->context() == context && context->dimensions() == lastImage_->dimensions())
         return lastImage_;
 
-    std::shared_ptr<LMImage> image;
-    auto draw = [&] {
-        image = LMImage::imageWithContext(context);
-        image->bind();
-        // Without a target nothing is bound, and a clear would land in
-        // whatever target was bound before.
-        if (context && image->target()) {
-            const LMRGBA color = color_;
-            context->executeOpenGLNoContextSwitch([&] {
-                glClearColor(clearComponent(color.red), clearComponent(color.green), clearComponent(color.blue), 1.0f);
-                glClear(GL_COLOR_BUFFER_BIT);
-            });
-        }
-    };
-    // Lease, bind and clear in one trip to the GL queue: a colour is often
-    // drawn on the host's thread (a black fallback for a missing input).
-    if (context && context->hasOpenGLContext())
-        context->executeOwnOpenGL(draw);
-    else
-        draw();
+    std::shared_ptr<LMImage> image = imageClearedToColor(context, color_);
     lastImage_ = image;
     needsRedraw_ = false;
     return image;

@@ -3,30 +3,11 @@
 #include "lumetra/graph/LMFilter.h"
 #include "lumetra/graph/LMReleaseLater.h"
 
-#include <algorithm>
-#include <cctype>
 #include <cstdio>
-
-void markTargetIfSelectorIsWatchedMethod(LMFilter* target, std::string_view setterName,
-                                         const std::vector<std::string>& watched)
-{
-    if (target && isWatchedSetter(setterName, watched))
-        target->setNeedsRedraw(true);
-}
-
-bool isWatchedSetter(std::string_view setterName, const std::vector<std::string>& watched)
-{
-    return setterName == "setValue:forKey:" || std::find(watched.begin(), watched.end(), setterName) != watched.end();
-}
 
 std::string LMFilterProxy::setterNameForProperty(std::string_view name)
 {
-    std::string setter = "set";
-    setter.append(name);
-    if (!name.empty())
-        setter[3] = static_cast<char>(std::toupper(static_cast<unsigned char>(setter[3])));
-    setter.push_back(':');
-    return setter;
+    return setterNameForKey(name);
 }
 
 std::shared_ptr<LMFilterProxy> LMFilterProxy::proxyWithTarget(std::shared_ptr<LMFilter> target)

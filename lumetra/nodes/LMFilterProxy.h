@@ -1,6 +1,7 @@
 #pragma once
 
 #include "lumetra/graph/LMDrawableCaching.h"
+#include "lumetra/graph/LMWatchedSetters.h"
 
 #include <memory>
 #include <string>
@@ -9,19 +10,12 @@
 
 class LMFilter;
 
-// Marks `target` for redraw when `setterName` is one of `watched` or is the
-// generic key-value setter "setValue:forKey:".
-void markTargetIfSelectorIsWatchedMethod(LMFilter* target, std::string_view setterName,
-                                         const std::vector<std::string>& watched);
-// Whether markTargetIfSelectorIsWatchedMethod would mark for this setter.
-bool isWatchedSetter(std::string_view setterName, const std::vector<std::string>& watched);
-
 // What hosts hold instead of a filter. It keeps the filter alive, stands in
 // for it in the graph (drawing, redraw flags), and knows the names of the
 // setters that mark the filter: "set" plus the capitalised name of each
 // input, control and other uniform, plus ":", as the filter listed them when
 // the proxy was made. Typed access to the filter goes through LMFilterRef,
-// whose calls open an LMProxyCallScope so that watched setters mark the
+// whose calls open an LMProxyCallScope (graph/LMProxyCallScope.h) so that watched setters mark the
 // filter before they store.
 class LMFilterProxy : public LMDrawableCaching, public std::enable_shared_from_this<LMFilterProxy> {
 public:

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "lumetra/graph/LMProxyCallScope.h"
 #include "lumetra/nodes/LMFilterProxy.h"
-#include "lumetra/nodes/LMProxyCallScope.h"
 
 #include <memory>
 
@@ -21,7 +21,9 @@ public:
     // expression that made the call.
     class Call {
     public:
-        Call(const LMFilterProxy* proxy, T* target) : scope_(proxy), target_(target) {}
+        Call(const LMFilterProxy* proxy, T* target)
+            : scope_(target, proxy ? &proxy->watchedMethods() : nullptr), target_(target)
+        {}
         T* operator->() const { return target_; }
 
     private:
@@ -41,10 +43,14 @@ public:
     operator std::shared_ptr<LMDrawableCaching>() const { return proxy_; }
 
     // A handle on a subclass is a handle on its base classes too.
-    // clang-format off: clang-format 14 misreads requires-clauses
+    // (clang-format 14 misplaces requires-clauses)
+    // clang-format off
     template <class Base>
-    requires std::is_base_of_v<Base, T>
-    operator LMFilterRef<Base>() const { return LMFilterRef<Base>(proxy_); }
+        requires std::is_base_of_v<Base, T>
+    operator LMFilterRef<Base>() const
+    {
+        return LMFilterRef<Base>(proxy_);
+    }
     // clang-format on
 
     friend bool operator==(const LMFilterRef& a, const LMFilterRef& b) { return a.proxy_ == b.proxy_; }

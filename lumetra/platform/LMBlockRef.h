@@ -9,14 +9,15 @@
 // reference, and handing a block over costs no allocation.
 class LMBlockRef {
 public:
-    // clang-format off: clang-format 14 misreads requires-clauses
+    // (clang-format 14 misplaces requires-clauses)
+    // clang-format off
     template <class Callable>
-    requires(!std::is_same_v<std::remove_cvref_t<Callable>, LMBlockRef> &&
-             !std::is_function_v<std::remove_reference_t<Callable>> && std::is_invocable_r_v<void, Callable&>)
-        LMBlockRef(Callable&& callable)
-    noexcept // NOLINT: implicit by design
-        : object_(const_cast<void*>(static_cast<const void*>(std::addressof(callable)))),
-          invoke_([](void* object) { (*static_cast<std::remove_reference_t<Callable>*>(object))(); })
+        requires(!std::is_same_v<std::remove_cvref_t<Callable>, LMBlockRef> &&
+                 !std::is_function_v<std::remove_reference_t<Callable>> &&
+                 std::is_invocable_r_v<void, Callable&>)
+    LMBlockRef(Callable&& callable) noexcept // NOLINT: implicit by design
+        : object_(const_cast<void*>(static_cast<const void*>(std::addressof(callable))))
+        , invoke_([](void* object) { (*static_cast<std::remove_reference_t<Callable>*>(object))(); })
     // clang-format on
     {}
 

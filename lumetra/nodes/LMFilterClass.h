@@ -40,9 +40,10 @@ public:
     }
 
     // Through the handle, so the input setter is watched as any other.
-    // clang-format off: clang-format 14 misreads requires-clauses
-    static LMFilterRef<Self> filterWithInput(
-        std::shared_ptr<LMDrawable> input) requires std::is_base_of_v<LMFilterSingleInput, Base>
+    // (clang-format 14 misplaces requires-clauses)
+    // clang-format off
+    static LMFilterRef<Self> filterWithInput(std::shared_ptr<LMDrawable> input)
+        requires std::is_base_of_v<LMFilterSingleInput, Base>
     {
         LMFilterRef<Self> created = filter();
         created->setInput(std::move(input));

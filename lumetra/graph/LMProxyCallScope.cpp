@@ -1,13 +1,10 @@
-#include "lumetra/nodes/LMProxyCallScope.h"
-
-#include "lumetra/nodes/LMFilterProxy.h"
-
-#include <vector>
+#include "lumetra/graph/LMProxyCallScope.h"
 
 namespace {
 
 struct OpenScope {
-    const LMFilterProxy* proxy;
+    const LMFilter* target;
+    const std::vector<std::string>* watched;
     bool claimed;
 };
 
@@ -15,26 +12,14 @@ struct OpenScope {
 // temporaries of one expression, or nested), so a stack suffices.
 thread_local std::vector<OpenScope> openScopes;
 
-} // namespace
-
-LMProxyCallScope::LMProxyCallScope(const LMFilterProxy* proxy)
-{
-    openScopes.push_back({proxy, false});
-}
-
-LMProxyCallScope::~LMProxyCallScope()
-{
-    openScopes.pop_back();
-}
-
-namespace {
-
 // The innermost call on this filter decides: once it is settled, what runs
 // inside it is the filter calling itself.
 OpenScope* innermostScopeOn(const LMFilter* filter)
 {
+    if (!filter)
+        return nullptr;
     for (auto scope = openScopes.rbegin(); scope != openScopes.rend(); ++scope) {
-        if (scope->proxy->target().get() == filter)
+        if (scope->target == filter)
             return scope->claimed ? nullptr : &*scope;
     }
     return nullptr;
@@ -42,17 +27,27 @@ OpenScope* innermostScopeOn(const LMFilter* filter)
 
 } // namespace
 
-const LMFilterProxy* LMProxyCallScope::undecided(const LMFilter* filter)
+LMProxyCallScope::LMProxyCallScope(const LMFilter* target, const std::vector<std::string>* watched)
 {
-    const OpenScope* scope = innermostScopeOn(filter);
-    return scope ? scope->proxy : nullptr;
+    openScopes.push_back({target, watched, false});
 }
 
-const LMFilterProxy* LMProxyCallScope::claim(const LMFilter* filter)
+LMProxyCallScope::~LMProxyCallScope()
+{
+    openScopes.pop_back();
+}
+
+const std::vector<std::string>* LMProxyCallScope::undecided(const LMFilter* filter)
+{
+    const OpenScope* scope = innermostScopeOn(filter);
+    return scope ? scope->watched : nullptr;
+}
+
+const std::vector<std::string>* LMProxyCallScope::claim(const LMFilter* filter)
 {
     OpenScope* scope = innermostScopeOn(filter);
     if (!scope)
         return nullptr;
     scope->claimed = true;
-    return scope->proxy;
+    return scope->watched;
 }
