@@ -4,6 +4,7 @@
 
 #include "lumetra/LumetraVersion.h"
 
+#include "lumetra/interop/LMPicture.h"
 #include "lumetra/platform/LMAffineTransform.h"
 #include "lumetra/platform/LMBitmap.h"
 #include "lumetra/platform/LMBlockRef.h"
@@ -14,7 +15,6 @@
 #include "lumetra/platform/LMLog.h"
 #include "lumetra/platform/LMOpenGLContext.h"
 #include "lumetra/platform/LMOpenGLPixelFormat.h"
-#include "lumetra/platform/LMPicture.h"
 #include "lumetra/platform/LMPoint.h"
 #include "lumetra/platform/LMRGBA.h"
 #include "lumetra/platform/LMRect.h"

@@ -2,7 +2,7 @@
 
 #include "CliError.h"
 
-#include <lumetra/platform/LMPicture.h>
+#include <lumetra/interop/LMPicture.h>
 
 #include <algorithm>
 #include <cctype>

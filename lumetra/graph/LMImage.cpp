@@ -2,7 +2,6 @@
 
 #include "lumetra/context/LMContext.h"
 #include "lumetra/platform/LMLog.h"
-#include "lumetra/platform/LMPicture.h"
 
 double floatForByte(uint8_t byte)
 {
@@ -98,9 +97,4 @@ std::optional<LMRGBA> LMImage::readPixelColorAtX(int32_t x, int32_t y)
 std::shared_ptr<LMImage> LMImage::drawWithContext(const std::shared_ptr<LMContext>&)
 {
     return shared_from_this();
-}
-
-std::shared_ptr<LMPicture> LMImage::debugQuickLookObject()
-{
-    return LMPicture::imageWithLMImage(shared_from_this());
 }

@@ -1,7 +1,8 @@
-// The crossings between pictures and contexts, members of LMPicture kept
-// here so that the platform folder does not depend on the drawing graph.
+// The crossings between pictures and contexts: the picture's own, and the
+// image's debugger preview, which is declared with the image but made here,
+// beside the picture it makes, so that graph/ never reaches up to pictures.
 
-#include "lumetra/platform/LMPicture.h"
+#include "lumetra/interop/LMPicture.h"
 
 #include "lumetra/context/LMContext.h"
 #include "lumetra/graph/LMImage.h"
@@ -128,4 +129,9 @@ std::shared_ptr<LMPicture> LMPicture::imageWithLMImage(const std::shared_ptr<LMI
         return nullptr;
     return std::shared_ptr<LMPicture>(
         new LMPicture(std::move(upright), {static_cast<double>(width), static_cast<double>(height)}));
+}
+
+std::shared_ptr<LMPicture> LMImage::debugQuickLookObject()
+{
+    return LMPicture::imageWithLMImage(shared_from_this());
 }

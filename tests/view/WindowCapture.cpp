@@ -1,8 +1,8 @@
 #include "view/WindowCapture.h"
 
+#include <lumetra/interop/LMPicture.h>
 #include <lumetra/platform/LMBitmap.h>
 #include <lumetra/platform/LMEGLDisplay.h>
-#include <lumetra/platform/LMPicture.h>
 
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
