@@ -7,7 +7,7 @@
 
 #include "PlainGLChain.h"
 
-#include <lumetra/lumetra.h>
+#include <lumetra/lumetra_authoring.h>
 
 #include <benchmark/benchmark.h>
 

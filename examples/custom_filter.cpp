@@ -3,7 +3,7 @@
 //
 // Prints the colour it read and exits with 0 when it is the expected one.
 
-#include <lumetra/lumetra.h>
+#include <lumetra/lumetra_authoring.h>
 
 #include <cmath>
 #include <cstdio>

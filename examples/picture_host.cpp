@@ -5,7 +5,7 @@
 // around it decode the picture's sRGB values to linear light and encode the
 // result again. The output is WIDTH by HEIGHT pixels, the picture's own size
 // when they are not given; a picture of another size is fitted to it.
-#include <lumetra/lumetra.h>
+#include <lumetra/lumetra_authoring.h>
 
 #include <cstdio>
 #include <cstdlib>

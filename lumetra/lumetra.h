@@ -1,10 +1,12 @@
 #pragma once
 
-// Everything a host needs, in one include.
+// Everything a host needs, in one include: contexts, the nodes of a graph,
+// the built-in filters, pictures and outside textures, the view and the
+// performance monitor. Writing a filter class of one's own takes
+// <lumetra/lumetra_authoring.h> as well.
 
 #include "lumetra/LumetraVersion.h"
 
-#include "lumetra/interop/LMPicture.h"
 #include "lumetra/platform/LMAffineTransform.h"
 #include "lumetra/platform/LMBitmap.h"
 #include "lumetra/platform/LMBlockRef.h"
@@ -21,52 +23,31 @@
 #include "lumetra/platform/LMSize.h"
 #include "lumetra/platform/VarnelDispatch.h"
 
-#include "lumetra/context/LMBuffer.h"
 #include "lumetra/context/LMContext.h"
-#include "lumetra/context/LMObjectPool.h"
-#include "lumetra/context/LMOpenGL.h"
-#include "lumetra/context/LMPooledNumber.h"
-#include "lumetra/context/LMPooledObject.h"
-#include "lumetra/context/LMProgram.h"
-#include "lumetra/context/LMRenderTarget.h"
-#include "lumetra/context/LMRenderTargetPool.h"
-#include "lumetra/context/LMVertexArray.h"
-#include "lumetra/context/LMVertexArrayBuilder.h"
-#include "lumetra/context/LMVertexAttribute.h"
-#include "lumetra/context/LMVertexBuffer.h"
 
 #include "lumetra/graph/LMDrawable.h"
 #include "lumetra/graph/LMDrawableCaching.h"
-#include "lumetra/graph/LMFilter.h"
-#include "lumetra/graph/LMFilterSingleInput.h"
 #include "lumetra/graph/LMGraphDepth.h"
 #include "lumetra/graph/LMImage.h"
-#include "lumetra/graph/LMMatrix3.h"
 #include "lumetra/graph/LMScaler.h"
 #include "lumetra/graph/LMScalerFill.h"
 #include "lumetra/graph/LMScalerStretch.h"
-#include "lumetra/graph/LMUniform.h"
-#include "lumetra/graph/LMVAOStateTextured.h"
 #include "lumetra/graph/LMValue.h"
-#include "lumetra/graph/LMVector2.h"
-#include "lumetra/graph/LMVector3.h"
-#include "lumetra/graph/LMVector4.h"
-#include "lumetra/nodes/LMFilterClass.h"
 
-#include "lumetra/graph/LMProxyCallScope.h"
 #include "lumetra/nodes/LMColor.h"
 #include "lumetra/nodes/LMFilterProxy.h"
 #include "lumetra/nodes/LMFilterRef.h"
 #include "lumetra/nodes/LMImageAccumulator.h"
 #include "lumetra/nodes/LMPassthrough.h"
 
+#include "lumetra/filters/LMFilters.h"
+
 #include "lumetra/interop/LMContentScaleMode.h"
 #include "lumetra/interop/LMFilterOpenGLTextureAdapter.h"
 #include "lumetra/interop/LMOpenGLTextureAdapter.h"
-
-#include "lumetra/diagnostics/LMPerformanceMonitor.h"
-#include "lumetra/diagnostics/LMTargetAction.h"
+#include "lumetra/interop/LMPicture.h"
 
 #include "lumetra/view/LMDrawableView.h"
 
-#include "lumetra/filters/LMFilters.h"
+#include "lumetra/diagnostics/LMPerformanceMonitor.h"
+#include "lumetra/diagnostics/LMTargetAction.h"

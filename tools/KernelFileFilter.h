@@ -1,6 +1,6 @@
 #pragma once
 
-#include <lumetra/nodes/LMFilterClass.h>
+#include <lumetra/lumetra_authoring.h>
 
 #include <string>
 #include <vector>

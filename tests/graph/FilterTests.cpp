@@ -1,7 +1,7 @@
 #include "support/GLObjects.h"
 #include "support/LogCapture.h"
 
-#include <lumetra/lumetra.h>
+#include <lumetra/lumetra_authoring.h>
 
 #include <gtest/gtest.h>
 

@@ -5,7 +5,7 @@
 #include "support/LogCapture.h"
 #include "support/TexturePixels.h"
 
-#include <lumetra/lumetra.h>
+#include <lumetra/lumetra_authoring.h>
 
 #include <gtest/gtest.h>
 

@@ -14,6 +14,23 @@ endfunction()
 
 run(${CMAKE_COMMAND} --install "${BUILD_DIR}" --prefix "${prefix}")
 
+# Only the host and filter-writing tiers are installed, and together they
+# compile with nothing but the installed tree.
+foreach(header IN LISTS INTERNAL_HEADERS)
+  if(EXISTS "${prefix}/include/lumetra/${header}")
+    message(FATAL_ERROR "the engine's own header lumetra/${header} was installed")
+  endif()
+endforeach()
+file(GLOB_RECURSE installed RELATIVE "${prefix}/include" "${prefix}/include/*.h")
+list(LENGTH installed installed_count)
+set(every_header "")
+foreach(header IN LISTS installed)
+  string(APPEND every_header "#include <${header}>\n")
+endforeach()
+file(WRITE "${WORK_DIR}/every_header.cpp" "${every_header}")
+run(${CXX_COMPILER} -std=c++20 -fsyntax-only -I "${prefix}/include" "${WORK_DIR}/every_header.cpp")
+message(STATUS "${installed_count} installed headers compile from the installed tree alone")
+
 # CMake, on a machine without X11's development files (as far as
 # find_package can tell).
 run(${CMAKE_COMMAND} -S "${SOURCE_DIR}" -B "${WORK_DIR}/consumer" "-DCMAKE_PREFIX_PATH=${prefix}"

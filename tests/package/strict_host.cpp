@@ -3,7 +3,7 @@
 // what hosts hand them. Its test builds it, so a warning in a public header
 // fails that test; then it runs, and fails if an empty action is taken for one.
 
-#include <lumetra/lumetra.h>
+#include <lumetra/lumetra_authoring.h>
 
 #include <functional>
 
