@@ -1,0 +1,137 @@
+// The library's folders form layers that include one way only:
+//
+//   platform < context < graph < nodes < {filters, interop, view, diagnostics}
+//
+// A folder includes its own headers and those of folders below it; the four
+// top folders do not include one another. The umbrella headers at the root
+// include anything; LumetraVersion includes nothing of the library. Programs
+// built on the library as a host would be (tools/, examples/, bench/) include
+// only installed headers, never the engine's own.
+//
+//   layer_check SOURCE_DIR [INTERNAL_HEADER...]
+//
+// prints every include that breaks the rule and exits 1 if there is one.
+
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <map>
+#include <regex>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+const std::map<std::string, int> layerOfFolder = {
+    {"platform", 0}, {"context", 1},     {"graph", 2}, {"nodes", 3},
+    {"filters", 4},  {"interop", 4},     {"view", 4},  {"diagnostics", 4},
+};
+constexpr int umbrellaLayer = 5;
+
+// The folder of a path under lumetra/ ("graph" for "graph/LMFilter.h"),
+// empty for the files at lumetra/'s root.
+std::string folderOf(const std::string& pathInLibrary)
+{
+    const auto slash = pathInLibrary.find('/');
+    return slash == std::string::npos ? std::string() : pathInLibrary.substr(0, slash);
+}
+
+int layerOfFile(const std::string& pathInLibrary)
+{
+    const std::string folder = folderOf(pathInLibrary);
+    if (folder.empty())
+        return pathInLibrary.rfind("LumetraVersion", 0) == 0 ? -1 : umbrellaLayer;
+    const auto layer = layerOfFolder.find(folder);
+    return layer == layerOfFolder.end() ? -2 : layer->second;
+}
+
+// The library headers a file includes, as paths under lumetra/.
+std::vector<std::string> libraryIncludes(const fs::path& file)
+{
+    static const std::regex include(R"(^\s*#\s*include\s*[<"]lumetra/([^>"]+)[>"])");
+    std::vector<std::string> found;
+    std::ifstream in(file);
+    for (std::string line; std::getline(in, line);) {
+        std::smatch match;
+        if (std::regex_search(line, match, include))
+            found.push_back(match[1]);
+    }
+    return found;
+}
+
+bool isSource(const fs::path& path)
+{
+    return path.extension() == ".h" || path.extension() == ".cpp";
+}
+
+std::string whatMayBeIncluded(int layer)
+{
+    if (layer < 0)
+        return "nothing of the library";
+    std::string allowed = "its own folder";
+    for (const auto& [folder, other] : layerOfFolder) {
+        if (other < layer)
+            allowed += ", " + folder;
+    }
+    return allowed;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    if (argc < 2) {
+        std::cerr << "usage: layer_check SOURCE_DIR [INTERNAL_HEADER...]\n";
+        return 2;
+    }
+    const fs::path root = argv[1];
+    const std::set<std::string> internal(argv + 2, argv + argc);
+    int faults = 0;
+    int checked = 0;
+    auto fault = [&](const std::string& file, const std::string& included, const std::string& why) {
+        std::cout << file << " includes lumetra/" << included << ": " << why << "\n";
+        ++faults;
+    };
+
+    for (const auto& entry : fs::recursive_directory_iterator(root / "lumetra")) {
+        if (!entry.is_regular_file() || !isSource(entry.path()))
+            continue;
+        const std::string path = fs::relative(entry.path(), root / "lumetra").generic_string();
+        const int layer = layerOfFile(path);
+        ++checked;
+        if (layer == -2) {
+            std::cout << "lumetra/" << path << " is in a folder without a layer; add it to the map\n";
+            ++faults;
+            continue;
+        }
+        for (const std::string& included : libraryIncludes(entry.path())) {
+            const bool sameFolder = folderOf(included) == folderOf(path) && !folderOf(path).empty();
+            if (layer == umbrellaLayer || sameFolder)
+                continue;
+            const int other = layerOfFile(included);
+            if (layer < 0 ? other != layer : other >= layer)
+                fault("lumetra/" + path, included, "lumetra/" + folderOf(path) + " may include " + whatMayBeIncluded(layer));
+        }
+    }
+
+    for (const char* host : {"tools", "examples", "bench"}) {
+        if (!fs::exists(root / host))
+            continue;
+        for (const auto& entry : fs::recursive_directory_iterator(root / host)) {
+            if (!entry.is_regular_file() || !isSource(entry.path()))
+                continue;
+            ++checked;
+            for (const std::string& included : libraryIncludes(entry.path())) {
+                if (internal.count(included))
+                    fault(fs::relative(entry.path(), root).generic_string(), included,
+                          "an engine header, not installed; a host program uses the installed tiers");
+            }
+        }
+    }
+
+    std::cout << checked << " files checked, " << faults << " includes against the layers\n";
+    return faults == 0 ? 0 : 1;
+}

@@ -1,0 +1,2 @@
+// A host program reaching an engine header.
+#include <lumetra/graph/LMHidden.h>
