@@ -5,6 +5,9 @@
 // Owns one GL buffer name: generated on construction, deleted only by
 // cleanup(). Letting go of the object leaves the name to its GL context.
 // Every operation needs the owning GL context current.
+//
+// Threads: not locked; call it only where its GL context is current: a rendering context's GL queue, or a view's
+// drawing thread under the view's lock.
 class LMBuffer {
 public:
     LMBuffer();

@@ -30,6 +30,9 @@ inline constexpr uint64_t LMNotFound = 0x7FFFFFFFFFFFFFFFull;
 // tables, and is never held while a hook runs, so hooks may do GL work on
 // another thread. Scans call their test with the lock held; a test must not
 // call back into the pool.
+//
+// Threads: any thread may lease, release, flush and read it; one lock guards the tables and is never held while a
+// hook runs. Trimming must not run beside a lease.
 class LMObjectPool {
 public:
     using ObjectTest = std::function<bool(const std::shared_ptr<LMPooledObject>&)>;

@@ -26,6 +26,9 @@
 //
 // Used only where its GL context is current and its use is serialised, so it
 // takes no lock.
+//
+// Threads: not locked; used only on the thread where its GL context is current: a rendering context's GL
+// queue, or a view's drawing thread under the view's lock.
 class LMOpenGL {
 public:
     LMOpenGL() = default;

@@ -5,6 +5,8 @@
 #include <cstdint>
 
 // What a plain LMObjectPool creates for a new id: the id itself.
+//
+// Threads: unchanged once made; no locks; any thread may read it.
 class LMPooledNumber : public LMPooledObject {
 public:
     explicit LMPooledNumber(uint64_t value) : value_(value) {}

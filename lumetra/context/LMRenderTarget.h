@@ -9,6 +9,9 @@
 // One rectangle texture (GL_RGB16, no alpha) and the framebuffer that draws
 // into it. `dimensions` is the size that was asked for, unfloored; the
 // texture is its floor. A plain record: its pool owns and deletes the names.
+//
+// Threads: a plain record, not locked; its pool fills it in on the context's GL queue, and its names mean
+// something only in that context's GL context.
 class LMRenderTarget : public LMPooledObject {
 public:
     LMRenderTarget() = default;

@@ -24,6 +24,9 @@ class LMContext;
 // GL work runs on the context's queue; once the context is gone, deleting a
 // target only drops its bookkeeping, since its names ended with the GL
 // context.
+//
+// Threads: any thread; requests, deletions and trims run their GL as blocks on the context's GL queue, and a
+// release only counts under the pool's lock. setReusesByTextureSize is a plain store: set it while nothing draws.
 class LMRenderTargetPool : public LMObjectPool {
 public:
     explicit LMRenderTargetPool(std::weak_ptr<LMContext> context);

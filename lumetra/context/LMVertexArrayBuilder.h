@@ -8,6 +8,9 @@
 
 // Lays out interleaved single-precision attributes, in the order they were
 // added, into a new vertex array. For hosts that draw geometry of their own.
+//
+// Threads: not locked; one thread at a time adds attributes, and build runs where the GL context is current (a
+// rendering context's GL queue).
 class LMVertexArrayBuilder {
 public:
     void addVertexAttribute(std::shared_ptr<LMVertexAttribute> attribute);

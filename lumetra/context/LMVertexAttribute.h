@@ -11,6 +11,8 @@ inline constexpr uint32_t LM_ATTRIBUTE_INDEX_TEXTURE_COORDS = 1;
 
 // One float attribute of an interleaved vertex: where it goes and how many
 // components (1 to 4) it has.
+//
+// Threads: a plain value; no locks; copies may be used on any thread.
 class LMVertexAttribute {
 public:
     LMVertexAttribute() = default;

@@ -4,6 +4,9 @@
 #include "lumetra/platform/LMRect.h"
 
 // A buffer used as GL_ARRAY_BUFFER.
+//
+// Threads: not locked; call it only where its GL context is current: a rendering context's GL queue, or a view's
+// drawing thread under the view's lock.
 class LMVertexBuffer : public LMBuffer {
 public:
     void bind();

@@ -25,6 +25,9 @@ class LMContext;
 // called from inside a report; releasing the monitor stops it.
 //
 // Every operation may be called from any thread, the report included.
+//
+// Threads: any thread, the report included. Lifecycle and span operations hold the monitor's lock around their
+// block on the GL queue; tick never takes that lock nor touches GL, and calls the report with nothing held.
 class LMPerformanceMonitor {
 public:
     using TargetAction = LMTargetAction<LMPerformanceMonitor>;

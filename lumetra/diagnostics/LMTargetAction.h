@@ -12,6 +12,9 @@
 //
 //     monitor->setTargetAction({host, &Host::frameTimeDidChange});
 //     monitor->setTargetAction({host, [](Host& host, LMPerformanceMonitor& m) { ... }});
+//
+// Threads: a plain value; no locks; copies may be used on any thread. sendFrom calls the action on the calling
+// thread, keeping the target alive for the call.
 template <class Sender>
 class LMTargetAction {
 public:

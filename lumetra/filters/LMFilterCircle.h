@@ -9,6 +9,9 @@
 // of the centre, black elsewhere, with no smoothing. Centre and radius are in
 // the context's pixels. The kernel reads the centre as the list
 // centerVector; setCenter keeps that list in step with a point.
+//
+// Threads: not locked; one thread at a time drives a graph (the host's to ensure). The filter's own GL steps run as
+// one block on the context's GL queue.
 class LMFilterCircle : public LMFilterClass<LMFilterCircle> {
 public:
     std::string kernelSource() const override;

@@ -3,6 +3,9 @@
 #include "lumetra/nodes/LMFilterClass.h"
 
 // Each channel becomes 1 minus itself.
+//
+// Threads: not locked; one thread at a time drives a graph (the host's to ensure). Inputs draw on the calling
+// thread; the filter's own GL steps run as one block on the context's GL queue.
 class LMFilterInvert : public LMFilterClass<LMFilterInvert, LMFilterSingleInput> {
 public:
     std::string kernelSource() const override;

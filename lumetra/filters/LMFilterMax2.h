@@ -3,6 +3,9 @@
 #include "lumetra/nodes/LMFilterClass.h"
 
 // The larger of two inputs, channel by channel, at the same place.
+//
+// Threads: not locked; one thread at a time drives a graph (the host's to ensure). Inputs draw on the calling
+// thread; the filter's own GL steps run as one block on the context's GL queue.
 class LMFilterMax2 : public LMFilterClass<LMFilterMax2> {
 public:
     std::string kernelSource() const override;

@@ -9,6 +9,9 @@
 // inverse of the transform as the nine-number list transformMatrix (column
 // by column), so each output pixel looks up where it comes from; a
 // transform that cannot be inverted leaves the input unmoved.
+//
+// Threads: not locked; one thread at a time drives a graph (the host's to ensure). Inputs draw on the calling
+// thread; the filter's own GL steps run as one block on the context's GL queue.
 class LMFilterTransform : public LMFilterClass<LMFilterTransform, LMFilterSingleInput> {
 public:
     std::string kernelSource() const override;

@@ -11,6 +11,9 @@ class LMImage;
 // the same image to many callers: callers read it, bind it as a texture or
 // show it, and never draw into it. A node with inputs pulls each of them with
 // the same context before drawing itself.
+//
+// Threads: not locked; one thread at a time drives a graph (the host's to ensure). A draw runs on the calling
+// thread; a node's own GL steps go to the context's GL queue.
 class LMDrawable {
 public:
     virtual ~LMDrawable() = default;

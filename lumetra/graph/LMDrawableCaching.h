@@ -7,6 +7,9 @@
 // makes the next draw draw anew. Whoever pulls a graph with caching on asks
 // its root updateNeedsRedraw first, so a change deep in the graph marks every
 // node between it and the root.
+//
+// Threads: as LMDrawable: not locked; one thread at a time drives a graph, redraw flags included (the host's to
+// ensure).
 class LMDrawableCaching : public LMDrawable {
 public:
     virtual bool needsRedraw() const = 0;

@@ -20,6 +20,9 @@ double floatForByte(uint8_t byte);
 // does), does not keep its context alive, and gives the target back to the
 // pool when the last reference goes, on whatever thread that happens. It is
 // itself a drawable that returns itself.
+//
+// Threads: not locked (the setters are plain stores); each bind and read-back is one block on the context's GL queue.
+// It may be released on any thread: the target goes back to the pool under the pool's lock, with no GL call.
 class LMImage : public LMDrawable, public std::enable_shared_from_this<LMImage> {
 public:
     // An image of the context's dimensions; zero by zero without a context.

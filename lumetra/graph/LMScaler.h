@@ -11,6 +11,8 @@
 //
 // Sizes that are zero, negative or not finite give the full viewport and the
 // identity rather than infinities.
+//
+// Threads: no state and no locks; any thread may call it, several at once.
 class LMScaler {
 public:
     virtual ~LMScaler() = default;

@@ -7,6 +7,8 @@
 // Covers the whole output with the input, keeping its aspect ratio: the
 // input is scaled uniformly until it meets the output on one axis, centred,
 // and what overflows on the other axis is cropped.
+//
+// Threads: no state and no locks; any thread may call it, several at once.
 class LMScalerFill : public LMScaler {
 public:
     static std::shared_ptr<LMScalerFill> scaler() { return std::make_shared<LMScalerFill>(); }

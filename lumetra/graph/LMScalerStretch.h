@@ -5,6 +5,8 @@
 #include <memory>
 
 // Stretches the input over the whole output, each axis on its own.
+//
+// Threads: no state and no locks; any thread may call it, several at once.
 class LMScalerStretch : public LMScaler {
 public:
     static std::shared_ptr<LMScalerStretch> scaler() { return std::make_shared<LMScalerStretch>(); }

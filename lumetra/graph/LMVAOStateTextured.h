@@ -18,6 +18,9 @@ class LMProgram;
 // when the input size, the output size or the flip changes. The layout is
 // the shared quad's: x, y, s, t per vertex; lower-left, lower-right,
 // upper-left, upper-right; drawn as a triangle strip.
+//
+// Threads: not locked; its filter drives it, and its GL steps (update, bindVAO, describeVertexLayout,
+// updateVBOSize, cleanup) run on the context's GL queue with the GL context current.
 class LMVAOStateTextured {
 public:
     LMVAOStateTextured();

@@ -12,6 +12,9 @@
 // of numbers, a string or a drawable. Readers ask for the kind they need and
 // get nothing when the value is of another kind, so a value of the wrong kind
 // is treated as absent rather than misread.
+//
+// Threads: a plain value; no locks; copies may be used on any thread (a drawable it holds is shared, and keeps the
+// rule of nodes).
 class LMValue {
 public:
     LMValue() = default;

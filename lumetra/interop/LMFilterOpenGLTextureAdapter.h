@@ -21,6 +21,9 @@
 // are drawn; a texture of any other target is reported and drawn as black,
 // and so is a name GL cannot bind (0, deleted, never made, or made for
 // another target) or a texture size that is not a positive number.
+//
+// Threads: not locked; one thread at a time drives it (the host's to ensure). Each draw is one block on its
+// context's GL queue, and so is handing a new scaler to its quad.
 class LMFilterOpenGLTextureAdapter : public LMFilterClass<LMFilterOpenGLTextureAdapter> {
 public:
     // A new filter, its program loaded in the context and bound to it.

@@ -18,6 +18,9 @@
 // context's size makes the adapter read the texture again, with the size,
 // flip and target of the last conversion, so the texture must outlive the
 // adapter's use in a context that may be resized.
+//
+// Threads: not locked; one thread at a time drives it (the host's to ensure). A conversion hands the texture to its
+// filter, whose draw reads it in one block on the context's GL queue.
 class LMOpenGLTextureAdapter : public LMDrawableCaching {
 public:
     static std::shared_ptr<LMOpenGLTextureAdapter> adapterWithContext(const std::shared_ptr<LMContext>& context);

@@ -19,6 +19,9 @@ class LMImage;
 // becomes 3 by 2 pixels; a bitmap of another size is scaled to fit. Pictures
 // come from bitmaps in memory, from PNG and JPEG files, and from images of a
 // context; they go to PNG files, GL textures and images of a context.
+//
+// Threads: no lock; reads change nothing, so several threads may read one picture while nobody changes it. Files
+// and bitmaps are handled on the calling thread; each upload or read-back is one block on the context's GL queue.
 class LMPicture {
 public:
     // The bitmap at one point per pixel; null for a null bitmap.

@@ -11,6 +11,9 @@
 // when it has nothing of its own. Its alpha is never drawn. It redraws only
 // when it has no image, is drawn with another context, or the context's size
 // has changed; a redraw is one clear of a pooled render target.
+//
+// Threads: not locked; one thread at a time drives a graph (the host's to ensure). A redraw (lease, bind, clear)
+// is one block on the context's GL queue.
 class LMColor : public LMDrawableCaching {
 public:
     static std::shared_ptr<LMColor> color();

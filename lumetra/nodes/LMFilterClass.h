@@ -21,6 +21,9 @@
 // derived from MyFilter, and MyFilter itself stays abstract, so a filter made
 // any other way, which would skip init(), does not compile. A class derived
 // from a concrete filter restates the line with itself as Self.
+//
+// Threads: the class constructors lock nothing and run on the calling thread (filterWithContext loads the program
+// there, compiling it on the context's GL queue); what they make follows LMFilter's rule.
 template <class Self, class Base = LMFilter>
 class LMFilterClass : public Base {
 public:

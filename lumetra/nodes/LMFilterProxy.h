@@ -17,6 +17,9 @@ class LMFilter;
 // the proxy was made. Typed access to the filter goes through LMFilterRef,
 // whose calls open an LMProxyCallScope (graph/LMProxyCallScope.h) so that watched setters mark the
 // filter before they store.
+//
+// Threads: not locked; one thread at a time drives it and its filter (the host's to ensure); draws and redraw
+// flags pass to the filter on the calling thread.
 class LMFilterProxy : public LMDrawableCaching, public std::enable_shared_from_this<LMFilterProxy> {
 public:
     static std::shared_ptr<LMFilterProxy> proxyWithTarget(std::shared_ptr<LMFilter> target);

@@ -10,6 +10,9 @@
 // setters of watched names mark the filter before they store; the handle
 // converts to std::shared_ptr<LMDrawable> (the proxy) wherever a node is
 // expected. Copies share one proxy and one filter.
+//
+// Threads: copies may be used on any thread, but they share one proxy and filter, which one thread at a time
+// drives; each call through `->` opens its scope on the calling thread only.
 template <class T>
 class LMFilterRef {
 public:

@@ -17,6 +17,9 @@ class LMContext;
 // The accumulator does not keep its context alive. Drawn with another
 // context, or once the context's size has changed, it gives the black image
 // of that context without dropping what it keeps.
+//
+// Threads: not locked; one thread at a time drives it (the host's to ensure). setImage draws the node on the
+// calling thread; a black fallback is one block on the context's GL queue.
 class LMImageAccumulator : public LMDrawableCaching, public std::enable_shared_from_this<LMImageAccumulator> {
 public:
     // Without a context: images set before one is given are refused.

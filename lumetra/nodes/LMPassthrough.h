@@ -10,6 +10,9 @@
 // often it was asked to draw. Put between two nodes, it shows how often the
 // part of the graph above it is pulled (output caching at work), or gives a
 // host one stable node whose input it can swap. It keeps no image of its own.
+//
+// Threads: not locked; one thread at a time drives a graph (the host's to ensure). Its input draws on the calling
+// thread; it has no GL steps of its own (a black fallback is one block on the context's GL queue).
 class LMPassthrough : public LMDrawableCaching, public std::enable_shared_from_this<LMPassthrough> {
 public:
     static std::shared_ptr<LMPassthrough> passthrough();

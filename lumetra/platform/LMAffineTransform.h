@@ -6,6 +6,8 @@
 // m12 x + m22 y + tY). The identity when default-constructed. Each operation
 // applies to points before what the transform already holds, so the newest
 // comes first: T.translateXBy(1, 0).scaleBy(2) maps p to T(translate(scale(p))).
+//
+// Threads: a plain value; no locks; copies may be used on any thread.
 struct LMAffineTransform {
     double m11 = 1.0;
     double m12 = 0.0;

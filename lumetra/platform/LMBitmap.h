@@ -10,6 +10,8 @@
 // multiple of 16 bytes, as platform bitmaps pad theirs, so whoever walks the
 // pixels steps by bytesPerRow, never by pixelsWide. A new bitmap is
 // transparent black. Made by newBIR.
+//
+// Threads: plain memory, no lock: any number of threads may read it while nobody writes its pixels.
 class LMBitmap {
 public:
     int32_t pixelsWide() const { return pixelsWide_; }

@@ -7,6 +7,9 @@
 // nothing: the block type of the GL queue. Submissions are synchronous, so
 // the callable (usually a lambda temporary) outlives every use of the
 // reference, and handing a block over costs no allocation.
+//
+// Threads: no lock; the callable runs on whichever thread calls the reference (the GL queue's, for a block handed
+// to it) while the submitter waits.
 class LMBlockRef {
 public:
     // (clang-format 14 misplaces requires-clauses)

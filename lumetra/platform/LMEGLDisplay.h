@@ -13,6 +13,9 @@ enum class LMEGLPlatform {
 // The one EGL display that every GL context of the process lives on, so that
 // views can share objects with rendering contexts. It is opened on first use
 // and stays open for the life of the process.
+//
+// Threads: any thread; choosing the platform and the first opening run under one process-wide lock, and the
+// display does not change once open.
 class LMEGLDisplay {
 public:
     // Chooses the platform of the display before it is first opened. Returns

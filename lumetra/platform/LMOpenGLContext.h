@@ -8,6 +8,9 @@
 // A GL context on the process's EGL display, made from a pixel format and
 // optionally sharing objects with another context. Off-screen contexts are
 // surfaceless; a view attaches a window surface of its own.
+//
+// Threads: no lock of its own (lock and unlock are for its users); the rendering context's is used only on its GL
+// queue, a view's under the view's lock. currentContext and clearCurrentContext act on the calling thread.
 class LMOpenGLContext : public std::enable_shared_from_this<LMOpenGLContext> {
 public:
     // Null, with a log line saying why, when the context cannot be created.

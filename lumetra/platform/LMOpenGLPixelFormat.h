@@ -27,6 +27,8 @@ enum : uint32_t {
 // forbids falling back from one to software: where the machine has a GPU, a
 // context that turns out to run in software is refused. On a machine whose
 // only renderer is software, that renderer is the platform's, and is used.
+//
+// Threads: unchanged once made; no locks; any thread may read it.
 class LMOpenGLPixelFormat {
 public:
     // Null when the list asks for something the display cannot give, or when

@@ -7,6 +7,8 @@
 // A colour in the generic RGB space: red, green, blue and alpha as doubles
 // from 0 to 1. Colours given in other forms (bytes, a grey level, hue,
 // saturation and brightness) are converted here, on entry.
+//
+// Threads: a plain value; no locks; copies may be used on any thread.
 struct LMRGBA {
     double red = 0.0;
     double green = 0.0;

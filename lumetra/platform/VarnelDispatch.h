@@ -15,6 +15,9 @@
 // The hand-over spins briefly on both sides before parking on a futex, so
 // blocks that come back to back cost about a microsecond while an idle queue
 // leaves no core busy.
+//
+// Threads: any thread may submit; a submitter lock keeps hand-overs one at a time, and a block submitted from the
+// queue's own thread runs at once, without it. Blocks run on the queue's thread only.
 class VarnelDispatch {
 public:
     explicit VarnelDispatch(std::string label);

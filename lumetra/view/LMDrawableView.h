@@ -31,6 +31,9 @@
 // is destroyed by someone else, or its X server goes away, the view logs
 // once, lets go of its window surface, and from then on does nothing; the
 // rendering context is not affected (see LMX11Connection).
+//
+// Threads: one thread at a time (the host's to ensure); it draws on the calling thread under its GL context's lock
+// and hands the rendering context's GL queue only the one fence block of each redraw.
 class LMDrawableView {
 public:
     // A view of the rendering context with a 1 by 1 window that has not
