@@ -114,7 +114,7 @@ std::string ChainBuilder::readKernelFile(const std::string& path)
 }
 
 std::shared_ptr<LMDrawable> ChainBuilder::buildKernel(const CheckedFilter& checked,
-                                                      std::shared_ptr<LMDrawable> previous)
+                                                      const std::shared_ptr<LMDrawable>& previous)
 {
     const std::string& path = checked.files.at("file");
     auto filter = KernelFileFilter::filter();

@@ -48,7 +48,7 @@ public:
     static LMPoint libraryPoint(double x, double y, LMSize contextSize);
 
 private:
-    std::shared_ptr<LMDrawable> buildKernel(const CheckedFilter& checked, std::shared_ptr<LMDrawable> previous);
+    std::shared_ptr<LMDrawable> buildKernel(const CheckedFilter& checked, const std::shared_ptr<LMDrawable>& previous);
     std::string readKernelFile(const std::string& path);
 
     std::shared_ptr<LMContext> context_;

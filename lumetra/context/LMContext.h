@@ -34,8 +34,9 @@
 // When the GL context cannot be created, the context logs so and stays
 // usable as an object: every later operation on it does nothing.
 //
-// Threads: any thread may call it; GL work runs on the context's own GL thread, one block at a time, and the caller
-// waits for it (a block submitted from the GL thread itself runs at once). Its settings and program cache take no lock.
+// Threads: any thread may call it, one thread at a time (its settings and program cache take no lock); GL work
+// runs on the context's own GL thread, one block at a time, and the caller waits for it (a block submitted from
+// the GL thread itself runs at once). Images of the context may be released on any thread.
 class LMContext : public std::enable_shared_from_this<LMContext> {
 public:
     // A context of 640 by 480 pixels.

@@ -59,8 +59,8 @@ EGLConfig windowConfig(EGLDisplay display, Display* x11, Window window)
 
 } // namespace
 
-std::shared_ptr<LMOpenGLContext> LMOpenGLContext::contextWithFormat(std::shared_ptr<LMOpenGLPixelFormat> format,
-                                                                    std::shared_ptr<LMOpenGLContext> shareContext)
+std::shared_ptr<LMOpenGLContext> LMOpenGLContext::contextWithFormat(
+    const std::shared_ptr<LMOpenGLPixelFormat>& format, const std::shared_ptr<LMOpenGLContext>& shareContext)
 {
     LMEGLDisplay* display = LMEGLDisplay::shared();
     if (!format || !display)

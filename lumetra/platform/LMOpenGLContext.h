@@ -14,8 +14,8 @@
 class LMOpenGLContext : public std::enable_shared_from_this<LMOpenGLContext> {
 public:
     // Null, with a log line saying why, when the context cannot be created.
-    static std::shared_ptr<LMOpenGLContext> contextWithFormat(std::shared_ptr<LMOpenGLPixelFormat> format,
-                                                              std::shared_ptr<LMOpenGLContext> shareContext);
+    static std::shared_ptr<LMOpenGLContext> contextWithFormat(const std::shared_ptr<LMOpenGLPixelFormat>& format,
+                                                              const std::shared_ptr<LMOpenGLContext>& shareContext);
     ~LMOpenGLContext();
 
     LMOpenGLContext(const LMOpenGLContext&) = delete;

@@ -26,8 +26,8 @@ namespace fs = std::filesystem;
 namespace {
 
 const std::map<std::string, int> layerOfFolder = {
-    {"platform", 0}, {"context", 1},     {"graph", 2}, {"nodes", 3},
-    {"filters", 4},  {"interop", 4},     {"view", 4},  {"diagnostics", 4},
+    {"platform", 0}, {"context", 1}, {"graph", 2}, {"nodes", 3},
+    {"filters", 4},  {"interop", 4}, {"view", 4},  {"diagnostics", 4},
 };
 constexpr int umbrellaLayer = 5;
 
@@ -113,7 +113,8 @@ int main(int argc, char** argv)
                 continue;
             const int other = layerOfFile(included);
             if (layer < 0 ? other != layer : other >= layer)
-                fault("lumetra/" + path, included, "lumetra/" + folderOf(path) + " may include " + whatMayBeIncluded(layer));
+                fault("lumetra/" + path, included,
+                      "lumetra/" + folderOf(path) + " may include " + whatMayBeIncluded(layer));
         }
     }
 
