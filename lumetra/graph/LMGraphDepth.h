@@ -5,7 +5,9 @@
 // by calling their draws, so a chain of n nodes takes stack in proportion to
 // n; beyond maximumDepth a node does not pull its inputs any further (it
 // draws black, or answers its own flag) instead of overflowing the stack of
-// a host thread. One guard per nested draw; the depth lives on the thread.
+// a host thread. One guard per nested draw.
+//
+// Threads: the depth lives on the calling thread; nothing is locked or shared.
 class LMGraphDepth {
 public:
     // About 0.5 MB of stack in a release build (about 500 bytes a level),

@@ -1,4 +1,6 @@
-// The library's folders form layers that include one way only:
+// Two rules of the source tree that a compiler does not check.
+//
+// Layers. The library's folders include one way only:
 //
 //   platform < context < graph < nodes < {filters, interop, view, diagnostics}
 //
@@ -8,9 +10,13 @@
 // built on the library as a host would be (tools/, examples/, bench/) include
 // only installed headers, never the engine's own.
 //
-//   layer_check SOURCE_DIR [INTERNAL_HEADER...]
+// Thread rules. Every class or struct defined at namespace scope in an
+// installed header ends the comment above it with a line that starts
+// "Threads:", saying which thread may call it and what it locks.
 //
-// prints every include that breaks the rule and exits 1 if there is one.
+//   source_rules layers|threads SOURCE_DIR [ENGINE_HEADER...]
+//
+// prints every place that breaks the rule and exits 1 if there is one.
 
 #include <filesystem>
 #include <fstream>
@@ -79,16 +85,56 @@ std::string whatMayBeIncluded(int layer)
     return allowed;
 }
 
-} // namespace
-
-int main(int argc, char** argv)
+// The classes of a header defined without a "Threads:" line in the comment
+// directly above them. Namespace-scope definitions start at the line's first
+// column; nested classes are indented and belong to their outer class's rule.
+std::vector<std::string> classesWithoutThreadRule(const fs::path& header)
 {
-    if (argc < 2) {
-        std::cerr << "usage: layer_check SOURCE_DIR [INTERNAL_HEADER...]\n";
-        return 2;
+    static const std::regex definition(R"(^(class|struct)\s+(\w+)[^;]*$)");
+    std::vector<std::string> lines;
+    std::ifstream in(header);
+    for (std::string line; std::getline(in, line);)
+        lines.push_back(line);
+    std::vector<std::string> missing;
+    for (size_t i = 0; i < lines.size(); ++i) {
+        std::smatch match;
+        if (!std::regex_search(lines[i], match, definition))
+            continue;
+        size_t above = i;
+        while (above > 0 &&
+               (lines[above - 1].rfind("template", 0) == 0 || lines[above - 1].rfind("// clang-format", 0) == 0))
+            --above;
+        bool stated = false;
+        for (; above > 0 && lines[above - 1].rfind("//", 0) == 0; --above)
+            stated = stated || lines[above - 1].find("Threads:") != std::string::npos;
+        if (!stated)
+            missing.push_back(match[2]);
     }
-    const fs::path root = argv[1];
-    const std::set<std::string> internal(argv + 2, argv + argc);
+    return missing;
+}
+
+int checkThreadRules(const fs::path& root, const std::set<std::string>& internal)
+{
+    int faults = 0;
+    int classes = 0;
+    for (const auto& entry : fs::recursive_directory_iterator(root / "lumetra")) {
+        if (!entry.is_regular_file() || entry.path().extension() != ".h")
+            continue;
+        const std::string path = fs::relative(entry.path(), root / "lumetra").generic_string();
+        if (internal.count(path))
+            continue;
+        for (const std::string& name : classesWithoutThreadRule(entry.path())) {
+            std::cout << "lumetra/" << path << ": " << name << " states no thread rule (a \"Threads:\" line)\n";
+            ++faults;
+        }
+        ++classes;
+    }
+    std::cout << classes << " headers checked, " << faults << " classes without a thread rule\n";
+    return faults == 0 ? 0 : 1;
+}
+
+int checkLayers(const fs::path& root, const std::set<std::string>& internal)
+{
     int faults = 0;
     int checked = 0;
     auto fault = [&](const std::string& file, const std::string& included, const std::string& why) {
@@ -135,4 +181,17 @@ int main(int argc, char** argv)
 
     std::cout << checked << " files checked, " << faults << " includes against the layers\n";
     return faults == 0 ? 0 : 1;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    const std::string rule = argc > 1 ? argv[1] : "";
+    if (argc < 3 || (rule != "layers" && rule != "threads")) {
+        std::cerr << "usage: source_rules layers|threads SOURCE_DIR [ENGINE_HEADER...]\n";
+        return 2;
+    }
+    const std::set<std::string> internal(argv + 3, argv + argc);
+    return rule == "layers" ? checkLayers(argv[2], internal) : checkThreadRules(argv[2], internal);
 }
