@@ -47,11 +47,8 @@ TEST_F(BuiltInFilters, Max2TakesTheLargerOfEachChannel)
     auto max2 = LMFilterMax2::filter();
     max2->setInputA(input);
     max2->setInputB(imageOf(context, other));
-    const Pixels expected = pixelsOf(6, 4, [&](int x, int y) {
-        const Pixel a = picture.at(x, y), b = other.at(x, y);
-        return Pixel{std::max(a[0], b[0]), std::max(a[1], b[1]), std::max(a[2], b[2]), 255};
-    });
-    EXPECT_TRUE(samePixels(drawnPixels(max2, context), expected));
+    EXPECT_TRUE(samePixels(drawnPixels(max2, context),
+                           perChannel(picture, other, [](double a, double b) { return std::max(a, b); })));
 }
 
 TEST_F(BuiltInFilters, MaxComponentGivesGreyAsBrightAsTheBrightestChannel)

@@ -90,7 +90,8 @@ inline testing::AssertionResult samePixels(const Pixels& actual, const Pixels& e
     for (int y = 0; y < actual.height; ++y)
         for (int x = 0; x < actual.width; ++x) {
             const Pixel a = actual.at(x, y), e = expected.at(x, y);
-            const bool near = std::equal(a.begin(), a.end(), e.begin(), [&](int p, int q) { return std::abs(p - q) <= levels; });
+            const bool near =
+                std::equal(a.begin(), a.end(), e.begin(), [&](int p, int q) { return std::abs(p - q) <= levels; });
             if (!near && wrong++ == 0)
                 failure << "pixel (" << x << ", " << y << ") from the lower left is " << testing::PrintToString(a)
                         << ", not " << testing::PrintToString(e);
@@ -99,21 +100,23 @@ inline testing::AssertionResult samePixels(const Pixels& actual, const Pixels& e
                  : testing::AssertionSuccess();
 }
 
-// CPU references. A pixel's channels as 0...1, through `f`, back to opaque bytes.
+// CPU references: each colour channel of a picture, or of two pixel by
+// pixel, as 0...1 through `f`, back to opaque bytes.
 template <class F>
-Pixel perChannel(Pixel pixel, F f)
+Pixels perChannel(const Pixels& a, const Pixels& b, F f)
 {
-    for (int c = 0; c < 3; ++c)
-        pixel[size_t(c)] = uint8_t(std::lround(std::clamp(double(f(pixel[size_t(c)] / 255.0)), 0.0, 1.0) * 255));
-    pixel[3] = 255;
-    return pixel;
+    return pixelsOf(a.width, a.height, [&](int x, int y) {
+        Pixel out{0, 0, 0, 255};
+        for (size_t c = 0; c < 3; ++c)
+            out[c] = uint8_t(
+                std::lround(std::clamp(double(f(a.at(x, y)[c] / 255.0, b.at(x, y)[c] / 255.0)), 0.0, 1.0) * 255));
+        return out;
+    });
 }
 template <class F>
-Pixels perChannel(Pixels picture, F f)
+Pixels perChannel(const Pixels& picture, F f)
 {
-    for (Pixel& pixel : picture.pixels)
-        pixel = perChannel(pixel, f);
-    return picture;
+    return perChannel(picture, picture, [&](double c, double) { return f(c); });
 }
 
 // What a 16-bit render target stores for a colour component.

@@ -1,4 +1,5 @@
 #include "support/LogCapture.h"
+#include "support/PixelsInOut.h"
 #include "view/WindowCapture.h"
 
 #include <lumetra/lumetra.h>
@@ -11,7 +12,7 @@
 
 namespace {
 
-constexpr uint32_t green = 0x00FF00;
+constexpr uint32_t greenShown = 0x00FF00;
 
 // A shown view whose window is larger than the images drawn into it.
 class DrawableView : public testing::Test {
@@ -34,20 +35,18 @@ TEST_F(DrawableView, ShowsTheImageOneTexelPerPixelFromTheLowerLeftAndKeepsTheRes
     view->setInput(LMColor::greenColor()->drawWithContext(context));
     // Every pixel of the picture unlike the others: (x, y) from the top is
     // x * 4 red and y * 5 green.
-    auto bitmap = newBIR(64, 48);
-    for (int n = 0; n < 64 * 48; ++n) {
-        uint8_t* pixel = bitmap->rowAt(n / 64) + n % 64 * 4;
-        pixel[0] = uint8_t(n % 64 * 4), pixel[1] = uint8_t(n / 64 * 5), pixel[2] = 9, pixel[3] = 255;
-    }
     context->setDimensions({64, 48});
-    auto image = LMPicture::pictureWithBitmap(bitmap)->lumetraImageWithContext(context, LMContentScaleModeStretch);
+    auto image = imageOf(context, pixelsOf(64, 48, [](int x, int y) {
+                             return Pixel{uint8_t(x * 4), uint8_t((47 - y) * 5), 9, 255};
+                         }));
     view->setInput(image);
 
     const WindowCapture shown = WindowCapture::ofWindow(view->x11Window());
     int wrong = 0;
     for (int y = 0; y < 120; ++y)
         for (int x = 0; x < 160; ++x)
-            wrong += shown.pixelAt(x, y) != (x < 64 && y < 48 ? uint32_t(x * 4 << 16 | (47 - y) * 5 << 8 | 9) : green);
+            wrong +=
+                shown.pixelAt(x, y) != (x < 64 && y < 48 ? uint32_t(x * 4 << 16 | (47 - y) * 5 << 8 | 9) : greenShown);
     EXPECT_EQ(wrong, 0) << "the picture in the lower-left 64 by 48 pixels, the earlier green elsewhere in 160 by 120";
     EXPECT_TRUE(log.lines().empty());
     EXPECT_TRUE(shown.writePNG(VIEW_SCREENSHOT_PATH)) << "a screenshot for a person to look at";
