@@ -71,36 +71,48 @@ TEST(PictureHost, TheReadmeShowsItsCodeAsItIs)
         << "the README's host program is not examples/picture_host.cpp";
 }
 
-TEST(PictureHost, DarkensOutsideItsSpotlightAndFitsOtherSizes)
-{
-    // Every sample value in a few rows, dark ones included, where the sRGB
-    // curves change formula: red across, green down, blue mixed.
-    auto bitmap = bitmapOf(pixelsOf(200, 100, [](int x, int y) {
+// Every sample value in a few rows, dark ones included, where the sRGB
+// curves change formula: red across, green down, blue mixed.
+class PictureHostRun : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        std::remove(out.c_str());
+        ASSERT_TRUE(picture->writePNGToFile(png) && picture->writeJPEGToFile(jpeg, 90));
+    }
+
+    std::shared_ptr<LMBitmap> bitmap = bitmapOf(pixelsOf(200, 100, [](int x, int y) {
         return Pixel{uint8_t(x * 255 / 199), uint8_t((99 - y) * 2), uint8_t(x * 7 + (99 - y) * 3), 255};
     }));
-    auto picture = LMPicture::pictureWithBitmap(bitmap);
+    std::shared_ptr<LMPicture> picture = LMPicture::pictureWithBitmap(bitmap);
     const std::string png = work + "/in.png", jpeg = work + "/in.jpg", out = work + "/out.png";
-    ASSERT_TRUE(picture->writePNGToFile(png) && picture->writeJPEGToFile(jpeg, 90));
-
-    // At its own size; a quiet success, the log kept to itself.
     std::string errors;
-    std::remove(out.c_str());
+};
+
+// A quiet success, the log kept to itself.
+TEST_F(PictureHostRun, DarkensOutsideItsSpotlight)
+{
     ASSERT_EQ(runExample(png + " " + out, errors), 0) << errors;
     EXPECT_EQ(errors, "");
     auto written = LMPicture::pictureWithContentsOfFile(out);
     ASSERT_TRUE(written && written->size() == (LMSize{200, 100}));
     EXPECT_EQ(wrongPixels(*bitmap, 0, *written->bitmap()), 0);
+}
 
-    // A JPEG fitted to 100 by 100: filled at its own scale, so cropped by 50
-    // columns each side. The reference is the JPEG as decoded.
-    std::remove(out.c_str());
+// A JPEG fitted to 100 by 100: filled at its own scale, so cropped by 50
+// columns each side. The reference is the JPEG as decoded.
+TEST_F(PictureHostRun, FillsAnotherSizeCroppingTheSides)
+{
     ASSERT_EQ(runExample(jpeg + " " + out + " 100 100", errors), 0) << errors;
     auto decoded = LMPicture::pictureWithContentsOfFile(jpeg);
-    written = LMPicture::pictureWithContentsOfFile(out);
+    auto written = LMPicture::pictureWithContentsOfFile(out);
     ASSERT_TRUE(decoded && written && written->size() == (LMSize{100, 100}));
     EXPECT_EQ(wrongPixels(*decoded->bitmap(), 50, *written->bitmap()), 0);
+}
 
-    // A failure says what failed, with the library's own line after it.
+// With the library's own line after it.
+TEST_F(PictureHostRun, SaysWhatFailed)
+{
     EXPECT_EQ(runExample(work + "/missing.png " + out, errors), 1);
     EXPECT_NE(errors.find("picture-host: cannot read the input picture\n  LMPicture: "), std::string::npos) << errors;
 }

@@ -118,10 +118,13 @@ TEST_F(CliTest, ChainsGiveTheFiltersArithmeticInPNGAndJPEG)
         EXPECT_EQ(err, "");
         expectPixels(test.output, test.expected, test.levels);
     }
-    // A context of another size fits the picture to it.
+}
+
+TEST_F(CliTest, FitsThePictureToAContextOfAnotherSize)
+{
     ASSERT_EQ(run("in.png -o big.png --size 128x96 --fit stretch -- invert").first, 0);
-    auto big = readPicture("big.png");
-    EXPECT_TRUE(big && big->pixelsWide() == 128 && big->pixelsHigh() == 96);
+    // Twice the size each way, within two levels however it is sampled.
+    expectPixels("big.png", pixelsOf(128, 96, [](int x, int y) { return inverted.at(x / 2, y / 2); }), 2);
 }
 
 // Every class of bad input, and files and streams that never end or are far
@@ -174,7 +177,7 @@ TEST_F(CliTest, BadInputEndsWithOneMessageAndNoOutput)
     }
 }
 
-TEST_F(CliTest, AnOutputReplacesAFileKeepingItsModeAndNeverAnInput)
+TEST_F(CliTest, AnOutputReplacesAFileKeepingItsMode)
 {
     // Written through the library's replacing writer: an existing output keeps its mode.
     const fs::perms mode = fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read;
@@ -183,7 +186,10 @@ TEST_F(CliTest, AnOutputReplacesAFileKeepingItsModeAndNeverAnInput)
     ASSERT_EQ(run("in.png -o out.png -- invert").first, 0);
     expectPixels("out.png", inverted);
     EXPECT_EQ(fs::status(path("out.png")).permissions(), mode);
+}
 
+TEST_F(CliTest, NeverWritesOverAnInput)
+{
     // -O naming the inputs' own folder, however it is spelled, or a folder
     // whose file of that name is a picture the chain reads, is refused before
     // anything is written.
