@@ -162,6 +162,17 @@ TEST_F(BuiltInFilters, TransformMovesTurnsMirrorsAndScalesWholePixelsWithWrapAro
     }
 }
 
+// Half a pixel over, each output pixel is the mean of the two input pixels
+// it straddles; at the left edge the first column is clamped, not wrapped.
+TEST_F(BuiltInFilters, TransformBlendsThePixelsAFractionalMoveStraddles)
+{
+    auto transform = LMFilterTransform::filterWithInput(input);
+    transform->setTransform(LMAffineTransform{}.translateXBy(0.5, 0));
+    const Pixels left = pixelsOf(6, 4, [](int x, int y) { return picture.at(std::max(x - 1, 0), y); });
+    EXPECT_TRUE(samePixels(drawnPixels(transform, context),
+                           perChannel(left, picture, [](double a, double b) { return (a + b) / 2; })));
+}
+
 // The kernel reads the list; setting it leaves transform() and mat() as they were.
 TEST_F(BuiltInFilters, TransformMatrixSetDirectlyDrivesTheKernelAlone)
 {
