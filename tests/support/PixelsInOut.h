@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <cmath>
 #include <initializer_list>
+#include <string>
 #include <vector>
 
 // A small picture, pixel (x, y) counted from the lower left as GL counts.
@@ -78,6 +79,13 @@ inline Pixels drawnPixels(const std::shared_ptr<LMDrawable>& node, const std::sh
     return pixelsOf(node->drawWithContext(context));
 }
 
+// A pixel as its four byte values, {red, green, blue, alpha}.
+inline std::string bytesOf(const Pixel& p)
+{
+    return "{" + std::to_string(p[0]) + ", " + std::to_string(p[1]) + ", " + std::to_string(p[2]) + ", " +
+           std::to_string(p[3]) + "}";
+}
+
 // Whether two pictures agree within `levels` of 255 on every channel; if
 // not, the first pixel that differs with both values, and how many differ.
 inline testing::AssertionResult samePixels(const Pixels& actual, const Pixels& expected, int levels = 1)
@@ -93,8 +101,8 @@ inline testing::AssertionResult samePixels(const Pixels& actual, const Pixels& e
             const bool near =
                 std::equal(a.begin(), a.end(), e.begin(), [&](int p, int q) { return std::abs(p - q) <= levels; });
             if (!near && wrong++ == 0)
-                failure << "pixel (" << x << ", " << y << ") from the lower left is " << testing::PrintToString(a)
-                        << ", not " << testing::PrintToString(e);
+                failure << "pixel (" << x << ", " << y << ") from the lower left is " << bytesOf(a) << ", not "
+                        << bytesOf(e);
         }
     return wrong ? failure << " (" << wrong << " pixels differ by more than " << levels << ")"
                  : testing::AssertionSuccess();
