@@ -25,32 +25,46 @@ Ints glIntegers(GLenum name)
 } // namespace
 
 // The set-up logs two lines; the shared objects, made once at the first
-// shared set-up, log nothing. The shared quad's texture coordinates are the
-// dimensions in pixels, unfloored, and follow them.
-TEST(LMContext, IsConfiguredAtSetUpAndItsSharedQuadFollowsTheDimensions)
+// shared set-up, log nothing.
+TEST(LMContext, LogsItsGLAtSetUp)
 {
     LogCapture capture;
     auto context = LMContext::contextWithDimensions({100.5, 40.7});
     ASSERT_NE(context->openGLContext(), nullptr);
-    EXPECT_FALSE(LMEGLDisplay::setPreferredPlatform(LMEGLPlatform::Surfaceless))
-        << "the display is chosen once, before the first context";
-    Ints viewport{};
-    std::vector<GLenum> enabled;
     std::vector<std::string> expected;
     context->executeOpenGL([&] {
         auto glString = [](GLenum name) { return std::string(reinterpret_cast<const char*>(glGetString(name))); };
-        viewport = glIntegers(GL_VIEWPORT);
-        for (GLenum capability : {GL_DITHER, GL_BLEND, GL_STENCIL_TEST, GL_DEPTH_TEST})
-            if (glIsEnabled(capability))
-                enabled.push_back(capability);
         expected = {"LMContext: Maximum texture size: " + std::to_string(glIntegers(GL_MAX_TEXTURE_SIZE)[0]),
                     "Lumetra context created with Renderer: " + glString(GL_RENDERER) + ", OpenGL Version: " +
                         glString(GL_VERSION) + ", GLSL Version: " + glString(GL_SHADING_LANGUAGE_VERSION)};
     });
     EXPECT_EQ("LMContext: Maximum texture size: " + std::to_string(context->maxTextureSize()), expected[0]);
-    EXPECT_EQ(viewport, (Ints{0, 0, 100, 40})) << "the viewport takes the floor of the dimensions";
-    EXPECT_EQ(enabled, std::vector<GLenum>{}) << "dithering, blending, stencil and depth tests are off";
+    EXPECT_EQ(capture.lines(), expected);
+    EXPECT_FALSE(LMEGLDisplay::setPreferredPlatform(LMEGLPlatform::Surfaceless))
+        << "the display is chosen once, before the first context";
+}
 
+// The viewport takes the floor of the dimensions; dithering, blending,
+// stencil and depth tests are off.
+TEST(LMContext, StartsWithAWholePixelViewportAndNoBlendingOrTests)
+{
+    auto context = LMContext::contextWithDimensions({100.5, 40.7});
+    Ints viewport{};
+    std::vector<GLenum> enabled;
+    context->executeOpenGL([&] {
+        viewport = glIntegers(GL_VIEWPORT);
+        for (GLenum capability : {GL_DITHER, GL_BLEND, GL_STENCIL_TEST, GL_DEPTH_TEST})
+            if (glIsEnabled(capability))
+                enabled.push_back(capability);
+    });
+    EXPECT_EQ(viewport, (Ints{0, 0, 100, 40}));
+    EXPECT_EQ(enabled, std::vector<GLenum>{});
+}
+
+// Its texture coordinates are the dimensions in pixels, unfloored.
+TEST(LMContext, KeepsItsSharedQuadInStepWithTheDimensions)
+{
+    auto context = LMContext::contextWithDimensions({100.5, 40.7});
     std::vector<std::array<float, 16>> quads;
     auto readQuad = [&] {
         context->bindToSharedVAO();
@@ -67,7 +81,6 @@ TEST(LMContext, IsConfiguredAtSetUpAndItsSharedQuadFollowsTheDimensions)
     EXPECT_EQ(quads, (std::vector<std::array<float, 16>>{
                          {-1, -1, 0, 0, 1, -1, 100.5, 0, -1, 1, 0, 40.7f, 1, 1, 100.5, 40.7f},
                          {-1, -1, 0, 0, 1, -1, 300.25, 0, -1, 1, 0, 7.75, 1, 1, 300.25, 7.75}}));
-    EXPECT_EQ(capture.lines(), expected);
 }
 
 // executeOpenGL makes the context current again after a block let go of it;

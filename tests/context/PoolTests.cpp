@@ -22,7 +22,7 @@ protected:
 } // namespace
 
 // The pool on its own pools plain numbers and needs no GL.
-TEST(LMObjectPool, CountsLeasesAndReusesTheLowestUnusedIdUntilAFlush)
+TEST(LMObjectPool, CountsLeasesAndLeasesTheLowestUnusedIdFirst)
 {
     LMObjectPool pool;
     for (uint64_t id : {0u, 1u, 2u})
@@ -31,14 +31,28 @@ TEST(LMObjectPool, CountsLeasesAndReusesTheLowestUnusedIdUntilAFlush)
         pool.releaseObjectWithId(id);
     EXPECT_EQ(pool.retainCounts(), (Counts{{0, 1}, {1, 0}, {2, 1}})) << "extra releases change nothing";
     EXPECT_EQ(pool.requestNewObjectId(), 1u) << "an unused id is leased again";
-    pool.releaseObjectWithId(1);
-    pool.flushUnusedObjects();
-    EXPECT_EQ(pool.requestNewObjectId(), 3u) << "ids are never recycled, and the reuse made none";
-    pool.releaseObjectWithId(3);
+    pool.releaseObjectWithId(2);
     pool.releaseObjectWithId(0);
     EXPECT_EQ(pool.requestNewObjectId(), 0u) << "the lowest unused id comes first";
-    EXPECT_EQ(pool.retainCounts(), (Counts{{0, 1}, {2, 1}, {3, 0}}));
+    EXPECT_EQ(pool.retainCounts(), (Counts{{0, 1}, {1, 1}, {2, 0}}));
+}
 
+TEST(LMObjectPool, NeverRecyclesTheIdsAFlushDrops)
+{
+    LMObjectPool pool;
+    for (int i = 0; i < 3; ++i)
+        pool.requestNewObjectId();
+    pool.releaseObjectWithId(1);
+    EXPECT_EQ(pool.requestNewObjectId(), 1u);
+    pool.releaseObjectWithId(1);
+    pool.flushUnusedObjects();
+    EXPECT_EQ(pool.requestNewObjectId(), 3u) << "and a reuse takes no new id";
+    EXPECT_EQ(pool.retainCounts(), (Counts{{0, 1}, {2, 1}, {3, 1}}));
+}
+
+TEST(LMObjectPool, LogsWhenItRunsOutOfIds)
+{
+    LMObjectPool pool;
     LogCapture capture;
     pool.setCurrentId(UINT64_MAX - 2);
     EXPECT_EQ(pool.createObjectId(), UINT64_MAX - 2);
@@ -83,11 +97,7 @@ TEST(LMObjectPool, TrimsUnusedObjectsTheLeastRecentlyReleasedFirstDownToTheBudge
               std::tuple(size_t(0), size_t(10), LMNotFound));
 }
 
-// A size is the size of the texture: requests that floor to the same whole
-// pixels share targets, and the target reports the latest request. Nothing
-// new is made for them. A target's texture is a 16-bit RGB rectangle sampled
-// linearly and clamped; binding the target sets the viewport to its size.
-TEST_F(RenderTargets, AreReusedByExactSizeOrOnRequestByTheSizeOfTheirTexture)
+TEST_F(RenderTargets, AreReusedForTheSameSizeOnceReleased)
 {
     auto first = context->requestRenderTargetWithDimensions({100.7, 50.2});
     auto second = context->requestRenderTargetWithDimensions({100.7, 50.2});
@@ -95,22 +105,36 @@ TEST_F(RenderTargets, AreReusedByExactSizeOrOnRequestByTheSizeOfTheirTexture)
     context->releaseRenderTarget(first);
     EXPECT_EQ(context->requestRenderTargetWithDimensions({100.7, 50.2}), first);
     context->releaseRenderTarget(first);
-    auto exact = context->requestRenderTargetWithDimensions({100.000001, 50.5});
-    EXPECT_NE(exact, first) << "by default sizes are compared as doubles";
-    context->releaseRenderTarget(exact);
+    EXPECT_NE(context->requestRenderTargetWithDimensions({100.000001, 50.5}), first)
+        << "by default sizes are compared as doubles";
+    context->releaseRenderTarget(nullptr); // does nothing
+    EXPECT_EQ(pool.retainCounts(), (Counts{{0, 0}, {1, 1}, {2, 1}}));
+}
+
+// On request a size is the size of the texture: requests that floor to the
+// same whole pixels share targets, and the target reports the latest request.
+TEST_F(RenderTargets, AreReusedOnRequestByTheSizeOfTheirTexture)
+{
     pool.setReusesByTextureSize(true);
+    auto first = context->requestRenderTargetWithDimensions({100.7, 50.2});
+    context->releaseRenderTarget(first);
     EXPECT_EQ(context->requestRenderTargetWithDimensions({100.000001, 50.5}), first) << "the same 100 by 50 texture";
     EXPECT_EQ(first->dimensions(), (LMSize{100.000001, 50.5}));
     context->releaseRenderTarget(first);
     EXPECT_NE(context->requestRenderTargetWithDimensions({100.7, 51}), first) << "a pixel more is another size";
-    context->releaseRenderTarget(nullptr); // does nothing
-    EXPECT_EQ(pool.retainCounts(), (Counts{{0, 0}, {1, 1}, {2, 0}, {3, 1}})) << "no more were made";
+    EXPECT_EQ(pool.objectsAllocated(), 2u);
+}
 
-    context->bindToRenderTarget(first);
+// A 16-bit RGB rectangle sampled linearly and clamped; binding the target
+// sets the viewport to its size.
+TEST_F(RenderTargets, AreSixteenBitRectanglesSampledLinearlyAndClamped)
+{
+    auto target = context->requestRenderTargetWithDimensions({100.7, 50.2});
+    context->bindToRenderTarget(target);
     std::vector<GLint> state(4);
     context->executeOpenGLNoContextSwitch([&] {
         glGetIntegerv(GL_VIEWPORT, state.data());
-        glBindTexture(GL_TEXTURE_RECTANGLE, first->texture());
+        glBindTexture(GL_TEXTURE_RECTANGLE, target->texture());
         for (GLenum level : {GL_TEXTURE_WIDTH, GL_TEXTURE_HEIGHT, GL_TEXTURE_INTERNAL_FORMAT})
             glGetTexLevelParameteriv(GL_TEXTURE_RECTANGLE, 0, level, &state.emplace_back());
         for (GLenum parameter : {GL_TEXTURE_MAG_FILTER, GL_TEXTURE_MIN_FILTER, GL_TEXTURE_WRAP_S, GL_TEXTURE_WRAP_T})
@@ -179,10 +203,8 @@ TEST_F(RenderTargets, FailedCreationsLogYieldNothingAndLeakNothing)
     EXPECT_TRUE(context->requestRenderTargetWithDimensions({16, 16})) << "the pool goes on working";
 }
 
-// Targets are deleted only when unused: by a flush, by a size change (every
-// size, the new one included), and by the teardown of a pool, which deletes
-// even the leased ones, through its context while it lives.
-TEST_F(RenderTargets, AreDeletedByFlushesAndTheTeardownOfTheirLivePool)
+// By a flush, and by a size change (every size, the new one included).
+TEST_F(RenderTargets, UnusedOnesAreDeletedByFlushesAndSizeChanges)
 {
     auto kept = context->requestRenderTargetWithDimensions({64, 64});
     auto small = context->requestRenderTargetWithDimensions({32, 32});
@@ -194,7 +216,11 @@ TEST_F(RenderTargets, AreDeletedByFlushesAndTheTeardownOfTheirLivePool)
     context->setDimensions({512, 128});
     EXPECT_TRUE(!alive(newSize->texture()) && alive(kept->texture()));
     EXPECT_EQ(pool.objectsAllocated(), 1u);
+}
 
+// Even the leased ones, through its context.
+TEST_F(RenderTargets, AreAllDeletedWithTheirPool)
+{
     auto own = std::make_unique<LMRenderTargetPool>(context);
     const uint64_t leased = own->requestRenderTargetWithDimensions({40, 30});
     const uint64_t unused = own->requestRenderTargetWithDimensions({40, 30});
@@ -202,12 +228,16 @@ TEST_F(RenderTargets, AreDeletedByFlushesAndTheTeardownOfTheirLivePool)
     own->releaseObjectWithId(unused);
     own.reset();
     EXPECT_FALSE(alive(textures[0]) || alive(textures[1]));
+}
 
+TEST_F(RenderTargets, AreForgottenByAPoolWhoseContextHasGone)
+{
+    auto kept = context->requestRenderTargetWithDimensions({64, 64});
     auto keptPool = context->renderTargetPool();
     context.reset();
     keptPool->releaseObjectWithId(kept->identifier());
     keptPool->flushUnusedObjects();
-    EXPECT_EQ(keptPool->objectsAllocated(), 0u) << "a pool whose context is gone drops its records";
+    EXPECT_EQ(keptPool->objectsAllocated(), 0u);
     EXPECT_EQ(keptPool->requestRenderTargetWithDimensions({64, 64}), LMNotFound);
 }
 

@@ -71,57 +71,78 @@ TEST_F(PerformanceMonitors, ReportEachFinishedSpanOnceWhenTheHostTicks)
     monitor->tick();
     EXPECT_EQ(listener->reports, 1);
     EXPECT_EQ(monitor->latestResultNanoseconds(), measured) << "a tick clears only the mark";
+}
 
-    // A result that arrives while a report is being made is not lost.
-    listener->during = [&] { monitor->stopTiming(), finishGL(), monitor->startTiming(); };
+TEST_F(PerformanceMonitors, ReportAResultThatArrivesDuringAReportAtTheNextTick)
+{
+    auto monitor = startedMonitor(false);
     timeFinishedSpan(*monitor);
+    listener->during = [&] { monitor->stopTiming(), finishGL(), monitor->startTiming(); };
     monitor->startTiming();
     monitor->tick();
     listener->during = [] {};
     monitor->tick();
     monitor->tick();
-    EXPECT_EQ(listener->reports, 3);
+    EXPECT_EQ(listener->reports, 2);
+}
 
-    // A span the GPU has not finished when the next one begins (nothing
-    // waited for it) is given up, not waited for.
+// Nothing waited for the span, so the GPU has not finished it when the next one begins.
+TEST_F(PerformanceMonitors, GiveUpASpanTheGPUHasNotFinishedRatherThanWait)
+{
+    auto monitor = startedMonitor(false);
+    monitor->startTiming();
     LMColor::colorWithRed(0.25, 0.5, 1.0)->drawWithContext(context);
     monitor->stopTiming();
     monitor->startTiming();
     monitor->tick();
-    EXPECT_EQ(listener->reports, 3);
+    EXPECT_EQ(listener->reports, 0);
+}
 
-    // The GPU's clock runs on between a span's ends: a span of 2^32 ns or
-    // more keeps its 64 bits, and reads as 0xFFFFFFFF in 32 bits.
+// The GPU's clock runs on between a span's ends: a span of 2^32 ns or more
+// keeps its 64 bits, and reads as 0xFFFFFFFF in 32 bits.
+TEST_F(PerformanceMonitors, KeepSpansOfMoreThan32BitsOfNanoseconds)
+{
+    auto monitor = startedMonitor(false);
+    monitor->startTiming();
     finishGL();
     std::this_thread::sleep_for(4400ms);
     monitor->stopTiming();
     finishGL();
     monitor->startTiming();
     monitor->tick();
-    EXPECT_EQ(listener->reports, 4);
+    EXPECT_EQ(listener->reports, 1);
     EXPECT_GT(monitor->latestResultNanoseconds(), uint64_t(1) << 32);
     EXPECT_EQ(monitor->latestRestults(), 0xFFFFFFFFu);
+}
 
-    // After a restart the first span has no earlier span to collect; a
-    // target that is gone uses a result up without a call.
+// After a restart the first span has no earlier span to collect.
+TEST_F(PerformanceMonitors, RestartWithoutTheSpanOpenBeforeTheStop)
+{
+    auto monitor = startedMonitor(false);
+    monitor->startTiming();
     monitor->stop();
     monitor->start();
+    timeFinishedSpan(*monitor);
+    monitor->startTiming();
+    EXPECT_TRUE(monitor->timerQueryHasNewResults());
+    EXPECT_EQ(pendingGLError(*context), GLenum(GL_NO_ERROR));
+}
+
+TEST_F(PerformanceMonitors, UseAResultUpWithoutACallWhenTheirTargetHasGone)
+{
+    auto monitor = startedMonitor(false);
     timeFinishedSpan(*monitor);
     monitor->startTiming();
     ASSERT_TRUE(monitor->timerQueryHasNewResults());
     listener.reset();
     monitor->tick();
     EXPECT_FALSE(monitor->timerQueryHasNewResults());
-    EXPECT_EQ(pendingGLError(*context), GLenum(GL_NO_ERROR)) << "the monitor leaves no GL error behind";
 }
 
-// The timer thread reports at most once per interval, with a figure. Turned
-// off from the host while a report runs, the monitor waits for the report,
-// ends the thread and deletes its query; a new interval starts even a
-// disabled monitor, which then begins no span (GL makes a generated name a
-// query object only when it is first begun). A report may restart or
-// release the monitor. No thread is left behind.
-TEST_F(PerformanceMonitors, ReportFromTheirOwnThreadAndStopCleanlyFromAnyThread)
+// At most once per interval, with a figure. Turned off from the host while a
+// report runs, the monitor waits for the report, ends the thread and deletes
+// its query.
+TEST_F(PerformanceMonitors, ReportFromTheirOwnThreadAndStopCleanlyFromTheHost)
 {
     const int threadsBefore = threadCount();
     std::atomic<bool> reporting{false};
@@ -129,7 +150,7 @@ TEST_F(PerformanceMonitors, ReportFromTheirOwnThreadAndStopCleanlyFromAnyThread)
     const auto begin = Clock::now();
     auto monitor = startedMonitor(true, 0.05);
     EXPECT_EQ(threadCount(), threadsBefore + 1);
-    const GLuint first = monitor->timerQuery();
+    const GLuint query = monitor->timerQuery();
     while ((listener->reports < 3 || !reporting) && Clock::now() - begin < 10s)
         timeFinishedSpan(*monitor);
     monitor->setEnabled(false);
@@ -138,26 +159,36 @@ TEST_F(PerformanceMonitors, ReportFromTheirOwnThreadAndStopCleanlyFromAnyThread)
     EXPECT_LE(listener->reports, intervals);
     EXPECT_EQ(listener->zeroResults, 0);
     EXPECT_EQ(threadCount(), threadsBefore);
-    EXPECT_FALSE(isGLObject(*context, glIsQuery, first));
+    EXPECT_FALSE(isGLObject(*context, glIsQuery, query));
+}
+
+// GL makes a generated name a query object only when it is first begun.
+TEST_F(PerformanceMonitors, StartedByANewIntervalWhileDisabledBeginNoSpan)
+{
+    auto monitor = startedMonitor(true, 0.05);
+    monitor->setEnabled(false);
     monitor->setInterval(0.001);
     EXPECT_TRUE(monitor->timerRunning());
     timeFinishedSpan(*monitor);
     EXPECT_FALSE(isGLObject(*context, glIsQuery, monitor->timerQuery()));
-    // Stopped before the report changes: a result left from before may still
-    // be reported meanwhile.
     monitor->stop();
+}
 
-    const int reports = listener->reports;
+// The thread ends after its last report; none is left behind.
+TEST_F(PerformanceMonitors, MayBeRestartedOrReleasedFromTheirOwnReport)
+{
+    const int threadsBefore = threadCount();
+    auto monitor = startedMonitor(true, 0.001);
     std::weak_ptr<LMPerformanceMonitor> watched = monitor;
-    listener->during = [&] { listener->reports == reports + 1 ? monitor->start() : monitor.reset(); };
-    monitor->setEnabled(true);
+    listener->during = [&] { listener->reports == 1 ? monitor->start() : monitor.reset(); };
+    const auto begin = Clock::now();
     while (!watched.expired() && Clock::now() - begin < 10s) {
         if (auto alive = watched.lock())
             timeFinishedSpan(*alive);
         std::this_thread::sleep_for(2ms);
     }
-    EXPECT_EQ(listener->reports, reports + 2);
+    EXPECT_EQ(listener->reports, 2);
     while (threadCount() != threadsBefore && Clock::now() - begin < 10s)
         std::this_thread::sleep_for(1ms);
-    EXPECT_EQ(threadCount(), threadsBefore) << "the timer thread ended after its last report";
+    EXPECT_EQ(threadCount(), threadsBefore);
 }

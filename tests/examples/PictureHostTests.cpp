@@ -2,6 +2,8 @@
 // here first; its output is checked pixel by pixel against what its three
 // filters must give, and the README must show its code exactly.
 
+#include "support/PixelsInOut.h"
+
 #include <lumetra/lumetra.h>
 
 #include <gtest/gtest.h>
@@ -33,16 +35,6 @@ int runExample(const std::string& arguments, std::string& errors)
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
-// The two kernels of the built-in sRGB filters, as they compute.
-double decode(double c)
-{
-    return c < 0.04045 ? c * 0.0774 : std::pow(c * 0.9479 + 0.05213, 2.4);
-}
-double encode(double c)
-{
-    return c < 0.00313 ? c * 12.92 : std::pow(c, 0.4167) * 1.055 - 0.055;
-}
-
 // How many of the output's pixels differ by more than a level from the input
 // decoded, dimmed to a quarter outside the spotlight and encoded. The input's
 // column x + offset is the output's column x. Pixels whose centre is within a
@@ -60,7 +52,7 @@ int wrongPixels(const LMBitmap& input, int offset, const LMBitmap& output)
             const double scale = distance <= radius ? 1 : 0.25;
             for (int channel = 0; channel < 3; ++channel) {
                 const double in = input.rowAt(row)[(x + offset) * 4 + channel] / 255.0;
-                const long expected = std::lround(255 * encode(decode(in) * scale));
+                const long expected = std::lround(255 * toSRGB(fromSRGB(in) * scale));
                 if (std::labs(expected - output.rowAt(row)[x * 4 + channel]) > 1 && wrong++ == 0)
                     ADD_FAILURE() << "first wrong pixel: column " << x << ", row " << row << " from the top";
             }
@@ -79,41 +71,48 @@ TEST(PictureHost, TheReadmeShowsItsCodeAsItIs)
         << "the README's host program is not examples/picture_host.cpp";
 }
 
-TEST(PictureHost, DarkensOutsideItsSpotlightAndFitsOtherSizes)
-{
-    // Every sample value in a few rows, dark ones included, where the sRGB
-    // curves change formula: red across, green down, blue mixed.
-    auto bitmap = newBIR(200, 100);
-    for (int row = 0; row < 100; ++row) {
-        for (int x = 0; x < 200; ++x) {
-            uint8_t* pixel = bitmap->rowAt(row) + x * 4;
-            pixel[0] = uint8_t(x * 255 / 199), pixel[1] = uint8_t(row * 2), pixel[2] = uint8_t(x * 7 + row * 3);
-            pixel[3] = 255;
-        }
+// Every sample value in a few rows, dark ones included, where the sRGB
+// curves change formula: red across, green down, blue mixed.
+class PictureHostRun : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        std::remove(out.c_str());
+        ASSERT_TRUE(picture->writePNGToFile(png) && picture->writeJPEGToFile(jpeg, 90));
     }
-    auto picture = LMPicture::pictureWithBitmap(bitmap);
-    const std::string png = work + "/in.png", jpeg = work + "/in.jpg", out = work + "/out.png";
-    ASSERT_TRUE(picture->writePNGToFile(png) && picture->writeJPEGToFile(jpeg, 90));
 
-    // At its own size; a quiet success, the log kept to itself.
+    std::shared_ptr<LMBitmap> bitmap = bitmapOf(pixelsOf(200, 100, [](int x, int y) {
+        return Pixel{uint8_t(x * 255 / 199), uint8_t((99 - y) * 2), uint8_t(x * 7 + (99 - y) * 3), 255};
+    }));
+    std::shared_ptr<LMPicture> picture = LMPicture::pictureWithBitmap(bitmap);
+    const std::string png = work + "/in.png", jpeg = work + "/in.jpg", out = work + "/out.png";
     std::string errors;
-    std::remove(out.c_str());
+};
+
+// A quiet success, the log kept to itself.
+TEST_F(PictureHostRun, DarkensOutsideItsSpotlight)
+{
     ASSERT_EQ(runExample(png + " " + out, errors), 0) << errors;
     EXPECT_EQ(errors, "");
     auto written = LMPicture::pictureWithContentsOfFile(out);
     ASSERT_TRUE(written && written->size() == (LMSize{200, 100}));
     EXPECT_EQ(wrongPixels(*bitmap, 0, *written->bitmap()), 0);
+}
 
-    // A JPEG fitted to 100 by 100: filled at its own scale, so cropped by 50
-    // columns each side. The reference is the JPEG as decoded.
-    std::remove(out.c_str());
+// A JPEG fitted to 100 by 100: filled at its own scale, so cropped by 50
+// columns each side. The reference is the JPEG as decoded.
+TEST_F(PictureHostRun, FillsAnotherSizeCroppingTheSides)
+{
     ASSERT_EQ(runExample(jpeg + " " + out + " 100 100", errors), 0) << errors;
     auto decoded = LMPicture::pictureWithContentsOfFile(jpeg);
-    written = LMPicture::pictureWithContentsOfFile(out);
+    auto written = LMPicture::pictureWithContentsOfFile(out);
     ASSERT_TRUE(decoded && written && written->size() == (LMSize{100, 100}));
     EXPECT_EQ(wrongPixels(*decoded->bitmap(), 50, *written->bitmap()), 0);
+}
 
-    // A failure says what failed, with the library's own line after it.
+// With the library's own line after it.
+TEST_F(PictureHostRun, SaysWhatFailed)
+{
     EXPECT_EQ(runExample(work + "/missing.png " + out, errors), 1);
     EXPECT_NE(errors.find("picture-host: cannot read the input picture\n  LMPicture: "), std::string::npos) << errors;
 }

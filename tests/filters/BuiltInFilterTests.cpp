@@ -1,125 +1,188 @@
+// Each built-in filter drawn over a small picture, every pixel of its output
+// compared with the filter's formula computed here on the CPU.
+
+#include "support/PixelsInOut.h"
+
 #include <lumetra/lumetra.h>
 
 #include <gtest/gtest.h>
 
-#include <cmath>
-#include <tuple>
+#include <functional>
 
 namespace {
 
-// What a 16-bit target stores for a colour component.
-double stored(double component)
-{
-    return std::round(std::clamp(component, 0.0, 1.0) * 65535.0) / 65535.0;
-}
-
-// Read-back is 8 bits a channel: half a step of rounding, plus the 16-bit
-// targets and single-precision shading.
-void expectColor(const std::shared_ptr<LMImage>& image, int x, int y, LMRGBA expected, const std::string& what)
-{
-    const LMRGBA actual = image->readPixelColorAtX(x, y).value_or(LMRGBA{-1, -1, -1, -1});
-    EXPECT_NEAR(actual.red, expected.red, 0.6 / 255) << what;
-    EXPECT_NEAR(actual.green, expected.green, 0.6 / 255) << what;
-    EXPECT_NEAR(actual.blue, expected.blue, 0.6 / 255) << what;
-}
-
-// A source whose colour tells where a pixel came from: red is x / 100 and
-// green is y / 100, in pixel-centre coordinates.
-class Ramp : public LMFilterClass<Ramp> {
-public:
-    std::string kernelSource() const override
-    {
-        return "void main() { lm_output = vec3(lm_location.x / 100.0, lm_location.y / 100.0, 0.0); }";
-    }
-};
+// Six by four, every pixel unlike its neighbours, dark and bright channels both.
+const Pixels picture = pixelsOf(6, 4, [](int x, int y) {
+    return Pixel{uint8_t(x * 45 + 5), uint8_t(y * 80 + 3), uint8_t(250 - x * 20 - y * 30), 255};
+});
 
 // Caching is on: a setter that failed to mark its filter would show the image before.
 class BuiltInFilters : public testing::Test {
 protected:
     void SetUp() override { context->setCachingEnabled(true); }
-    std::shared_ptr<LMContext> context = LMContext::contextWithDimensions({100, 100});
+    std::shared_ptr<LMContext> context = LMContext::contextWithDimensions({6, 4});
+    std::shared_ptr<LMImage> input = imageOf(context, picture);
 };
 
 } // namespace
 
-TEST_F(BuiltInFilters, PerPixelKernelsComputeTheirFormulas)
+TEST_F(BuiltInFilters, InvertGivesOneMinusEachChannel)
 {
-    auto max2 = LMFilterMax2::filter();
-    max2->setInputA(LMColor::colorWithRed(0.2, 0.9, 0.1));
-    max2->setInputB(LMColor::colorWithRed(0.5, 0.3, 0.1));
-    auto fader = LMFilterFader::filterWithInput(LMColor::colorWithRed(0.8, 0.6, 0.2));
-    fader->setControl(0.5);
-    std::vector<std::tuple<std::string, std::shared_ptr<LMDrawable>, LMRGBA>> cases = {
-        {"invert",
-         LMFilterInvert::filterWithInput(LMColor::colorWithRed(0.2, 0.5, 1.0)),
-         {1 - stored(0.2), 1 - stored(0.5), 0, 1}},
-        {"max component",
-         LMFilterMaxComponent::filterWithInput(LMColor::colorWithRed(0.2, 0.4, 0.7)),
-         {stored(0.7), stored(0.7), stored(0.7), 1}},
-        {"max2", max2, {stored(0.5), stored(0.9), stored(0.1), 1}},
-        {"fader", fader, {stored(0.8) / 2, stored(0.6) / 2, stored(0.2) / 2, 1}},
-    };
-    // The sRGB curves, each side of their thresholds (applied to what the input target holds).
-    auto toSRGB = [](double c) { return stored(c >= 0.00313 ? std::pow(c, 0.4167) * 1.055 - 0.055 : c * 12.92); };
-    auto fromSRGB = [](double c) { return stored(c >= 0.04045 ? std::pow(c * 0.9479 + 0.05213, 2.4) : c * 0.0774); };
-    for (double value : {0.0, 0.002, 0.01, 0.04, 0.2, 0.5, 1.0}) {
-        auto source = LMColor::colorWithRed(value, value, value);
-        const double to = toSRGB(stored(value)), from = fromSRGB(stored(value));
-        cases.emplace_back("to sRGB " + std::to_string(value), LMFilterConvertToSRGB::filterWithInput(source),
-                           LMRGBA{to, to, to, 1});
-        cases.emplace_back("from sRGB " + std::to_string(value), LMFilterConvertFromSRGB::filterWithInput(source),
-                           LMRGBA{from, from, from, 1});
-    }
-    for (const auto& [what, node, expected] : cases)
-        expectColor(node->drawWithContext(context), 3, 3, expected, what);
+    EXPECT_TRUE(samePixels(drawnPixels(LMFilterInvert::filterWithInput(input), context),
+                           perChannel(picture, [](double c) { return 1 - c; })));
 }
 
-TEST_F(BuiltInFilters, CircleMasksPixelCentresWithinTheRadius)
+TEST_F(BuiltInFilters, FaderMultipliesEachChannelByItsControl)
 {
+    auto fader = LMFilterFader::filterWithInput(input);
+    fader->setControl(0.5);
+    EXPECT_TRUE(samePixels(drawnPixels(fader, context), perChannel(picture, [](double c) { return c / 2; })));
+}
+
+TEST_F(BuiltInFilters, Max2TakesTheLargerOfEachChannel)
+{
+    const Pixels other = pixelsOf(6, 4, [](int x, int y) {
+        return Pixel{120, uint8_t(200 - y * 40), uint8_t(x * 50), 255};
+    });
+    auto max2 = LMFilterMax2::filter();
+    max2->setInputA(input);
+    max2->setInputB(imageOf(context, other));
+    EXPECT_TRUE(samePixels(drawnPixels(max2, context),
+                           perChannel(picture, other, [](double a, double b) { return std::max(a, b); })));
+}
+
+TEST_F(BuiltInFilters, MaxComponentGivesGreyAsBrightAsTheBrightestChannel)
+{
+    const Pixels expected = pixelsOf(6, 4, [](int x, int y) {
+        const Pixel p = picture.at(x, y);
+        const uint8_t grey = std::max({p[0], p[1], p[2]});
+        return Pixel{grey, grey, grey, 255};
+    });
+    EXPECT_TRUE(samePixels(drawnPixels(LMFilterMaxComponent::filterWithInput(input), context), expected));
+}
+
+// Levels each side of the curves' thresholds: from sRGB changes formula
+// between bytes 10 and 11; to sRGB's threshold lies below the first byte
+// above 0, so its input is first dimmed to a tenth.
+TEST_F(BuiltInFilters, SRGBConversionsFollowTheirCurvesEachSideOfTheThreshold)
+{
+    const Pixels greys = pixelsOf(6, 4, [](int x, int y) {
+        const uint8_t level =
+            std::array<uint8_t, 24>{0,  1,  2,   5,   8,   9,   10,  11,  12,  16,  30,  50,
+                                    70, 90, 110, 128, 150, 170, 190, 210, 230, 245, 254, 255}[size_t(y * 6 + x)];
+        return Pixel{level, level, uint8_t(255 - level), 255};
+    });
+    auto greyImage = imageOf(context, greys);
+    EXPECT_TRUE(samePixels(drawnPixels(LMFilterConvertFromSRGB::filterWithInput(greyImage), context),
+                           perChannel(greys, fromSRGB)));
+    auto dimmed = LMFilterFader::filterWithInput(greyImage);
+    dimmed->setControl(0.1);
+    EXPECT_TRUE(samePixels(drawnPixels(LMFilterConvertToSRGB::filterWithInput(dimmed), context),
+                           perChannel(greys, [](double c) { return toSRGB(stored(c * 0.1)); })));
+}
+
+// Centred on a pixel corner, the rim passes 9.5 and 10.5 pixels from some
+// pixel centres; centred on a pixel centre, it passes through some exactly,
+// and those are inside.
+TEST_F(BuiltInFilters, CircleIsWhereThePixelCentresLieWithinTheRadius)
+{
+    context->setDimensions({24, 24});
     auto circle = LMFilterCircle::filter();
     circle->setRadius(10);
-    const std::tuple<std::vector<double>, int, int, double, const char*> spots[] = {
-        {{50, 50}, 50, 50, 1, "centre"},
-        {{50, 50}, 59, 50, 1, "distance 9.5"},
-        {{50, 50}, 60, 50, 0, "distance 10.5"},
-        {{50.5, 50.5}, 50, 60, 1, "distance exactly 10"},
-        {{50.5, 50.5}, 60, 50, 1, "distance exactly 10"},
-        {{50.5, 50.5}, 57, 58, 0, "distance 10.6"},
-    };
-    for (const auto& [center, x, y, shade, what] : spots) {
-        circle->setCenterVector(center);
-        expectColor(circle->drawWithContext(context), x, y, {shade, shade, shade, 1}, what);
+    for (const std::vector<double>& centre : {std::vector<double>{12, 12}, std::vector<double>{12.5, 12.5}}) {
+        circle->setCenterVector(centre);
+        const Pixels expected = pixelsOf(24, 24, [&](int x, int y) {
+            return std::hypot(x + 0.5 - centre[0], y + 0.5 - centre[1]) <= 10 ? white : black;
+        });
+        EXPECT_TRUE(samePixels(drawnPixels(circle, context), expected)) << "centred on " << centre[0];
     }
-
-    circle->setCenter({12.5, 7.0});
-    EXPECT_EQ(circle->centerVector(), (std::vector<double>{12.5, 7.0}));
-    circle->setRadius(-3);
-    expectColor(circle->drawWithContext(context), 12, 7, {0, 0, 0, 1}, "a negative radius is black");
 }
 
-// Output (x, y) shows the input where the inverse transform takes it, the
-// input tiling over the edges.
-TEST_F(BuiltInFilters, TransformMovesTheInputWithWrapAround)
+TEST_F(BuiltInFilters, CircleCentredOnAPointDrawsThere)
 {
-    auto transform = LMFilterTransform::filterWithInput(Ramp::filter());
-    const LMAffineTransform move = LMAffineTransform{}.translateXBy(10, 0);
-    // Output (30, 40) - (20, 10), turned back a quarter (y, -x), then halved: input (15.25, -5.25), wrapped.
-    const LMAffineTransform mixed = LMAffineTransform{}.translateXBy(20, 10).rotateByDegrees(90).scaleBy(2);
-    const std::tuple<LMAffineTransform, int, int, double, double, const char*> cases[] = {
-        {{}, 30, 40, 0.305, 0.405, "identity"},
-        {move, 30, 40, 0.205, 0.405, "moved right by 10"},
-        {move, 5, 40, 0.955, 0.405, "the left columns show the right edge"},
-        {mixed, 30, 40, 0.1525, 0.9475, "moved, turned and scaled"},
-    };
-    for (const auto& [affine, x, y, red, green, what] : cases) {
-        transform->setTransform(affine);
-        expectColor(transform->drawWithContext(context), x, y, {red, green, 0, 1}, what);
-    }
+    auto circle = LMFilterCircle::filter();
+    circle->setRadius(1);
+    circle->setCenter({2, 3});
+    EXPECT_EQ(circle->centerVector(), (std::vector<double>{2, 3}));
+    EXPECT_TRUE(samePixels(drawnPixels(circle, context), rowsFromTop({{black, white, white, black, black, black},
+                                                                      {black, white, white, black, black, black},
+                                                                      {black, black, black, black, black, black},
+                                                                      {black, black, black, black, black, black}})));
+}
 
-    // The list alone drives the kernel.
+TEST_F(BuiltInFilters, CircleOfNegativeRadiusIsBlack)
+{
+    auto circle = LMFilterCircle::filter();
+    circle->setCenterVector({3, 2});
+    circle->setRadius(-3);
+    EXPECT_TRUE(samePixels(drawnPixels(circle, context), pixelsOf(6, 4, [](int, int) { return black; })));
+}
+
+// Output pixel (x, y) shows the input pixel the inverse transform takes its
+// centre to, the input tiling over the edges. New operations apply to
+// points first, so the inverse undoes the last one given first.
+TEST_F(BuiltInFilters, TransformMovesTurnsMirrorsAndScalesWholePixelsWithWrapAround)
+{
+    using Source = std::function<LMPoint(double x, double y)>; // an output pixel centre's place in the input
+    const std::tuple<const char*, LMAffineTransform, Source> cases[] = {
+        {"identity",
+         {},
+         [](double x, double y) {
+             return LMPoint{x, y};
+         }},
+        {"moved by (2, 1)", LMAffineTransform{}.translateXBy(2, 1),
+         [](double x, double y) {
+             return LMPoint{x - 2, y - 1};
+         }},
+        {"turned a quarter", LMAffineTransform{}.rotateByDegrees(90),
+         [](double x, double y) {
+             return LMPoint{y, -x};
+         }},
+        {"mirrored", LMAffineTransform{}.scaleXBy(-1, 1),
+         [](double x, double y) {
+             return LMPoint{-x, y};
+         }},
+        {"a third as wide", LMAffineTransform{}.scaleXBy(1.0 / 3, 1),
+         [](double x, double y) {
+             return LMPoint{3 * x, y};
+         }},
+        {"turned, then moved", LMAffineTransform{}.translateXBy(2, 1).rotateByDegrees(90),
+         [](double x, double y) {
+             return LMPoint{y - 1, 2 - x};
+         }},
+    };
+    auto transform = LMFilterTransform::filterWithInput(input);
+    for (const auto& [what, affine, source] : cases) {
+        transform->setTransform(affine);
+        const Pixels expected = pixelsOf(6, 4, [&](int x, int y) {
+            const LMPoint at = source(x + 0.5, y + 0.5);
+            return picture.at(int(at.x - 6 * std::floor(at.x / 6)), int(at.y - 4 * std::floor(at.y / 4)));
+        });
+        EXPECT_TRUE(samePixels(drawnPixels(transform, context), expected)) << what;
+    }
+}
+
+// Half a pixel over, each output pixel is the mean of the two input pixels
+// it straddles; at the left edge the first column is clamped, not wrapped.
+TEST_F(BuiltInFilters, TransformBlendsThePixelsAFractionalMoveStraddles)
+{
+    auto transform = LMFilterTransform::filterWithInput(input);
+    transform->setTransform(LMAffineTransform{}.translateXBy(0.5, 0));
+    const Pixels left = pixelsOf(6, 4, [](int x, int y) { return picture.at(std::max(x - 1, 0), y); });
+    EXPECT_TRUE(samePixels(drawnPixels(transform, context),
+                           perChannel(left, picture, [](double a, double b) { return (a + b) / 2; })));
+}
+
+// The kernel reads the list; setting it leaves transform() and mat() as they were.
+TEST_F(BuiltInFilters, TransformMatrixSetDirectlyDrivesTheKernelAlone)
+{
+    const LMAffineTransform turned = LMAffineTransform{}.rotateByDegrees(90);
+    auto transform = LMFilterTransform::filterWithInput(input);
+    transform->setTransform(turned);
     const LMFloatMatrix3 inverse = transform->mat();
-    transform->setTransformMatrix({1, 0, 0, 0, 1, 0, -20, 0, 1});
+    transform->setTransformMatrix({1, 0, 0, 0, 1, 0, 2, 0, 1}); // column by column: x + 2
     EXPECT_EQ(transform->mat(), inverse);
-    EXPECT_EQ(transform->transform(), mixed);
-    expectColor(transform->drawWithContext(context), 30, 40, {0.105, 0.405, 0, 1}, "matrix set directly");
+    EXPECT_EQ(transform->transform(), turned);
+    EXPECT_TRUE(samePixels(drawnPixels(transform, context),
+                           pixelsOf(6, 4, [](int x, int y) { return picture.at((x + 2) % 6, y); })));
 }

@@ -1,5 +1,6 @@
 #include "support/GLObjects.h"
 #include "support/LogCapture.h"
+#include "support/PixelsInOut.h"
 
 #include <lumetra/lumetra_authoring.h>
 
@@ -68,6 +69,11 @@ void expectColor(const std::shared_ptr<LMImage>& image, LMRGBA expected, const c
     EXPECT_NEAR(actual.blue, expected.blue, oneStep) << what;
 }
 
+class Broken : public LMFilterClass<Broken> {
+public:
+    std::string kernelSource() const override { return "void main() { lm_output = lm_nothing; }"; }
+};
+
 class Filters : public testing::Test {
 protected:
     std::shared_ptr<LMContext> context = LMContext::contextWithDimensions({64, 48});
@@ -75,16 +81,28 @@ protected:
 
 } // namespace
 
-TEST_F(Filters, BindInputsToUnitsInOrderUploadEveryUniformAndReadWhatIsMissingAsAbsent)
+// Red from the first input's unit, green from the second's, blue the control
+// plus the uniform.
+TEST_F(Filters, DrawWithEachInputOnItsOwnUnitAndEveryUniformUploaded)
 {
+    const Pixels a = pixelsOf(64, 48, [](int x, int y) { return Pixel{uint8_t(x * 4), uint8_t(y), 9, 255}; });
+    const Pixels b = pixelsOf(64, 48, [](int x, int y) { return Pixel{7, uint8_t(y * 5), uint8_t(x), 255}; });
     auto filter = TwoInputs::filter();
-    filter->setInputA(LMColor::redColor());
-    filter->setInputB(LMColor::greenColor());
+    filter->setInputA(imageOf(context, a));
+    filter->setInputB(imageOf(context, b));
     filter->setControl(0.25);
     filter->setOffset({0.5, 0});
-    expectColor(filter->drawWithContext(context), {1, 1, 0.75, 1}); // red from the first unit, green from the second
+    const Pixels expected = pixelsOf(64, 48, [&](int x, int y) {
+        return Pixel{a.at(x, y)[0], b.at(x, y)[1], 191, 255};
+    });
+    EXPECT_TRUE(samePixels(drawnPixels(filter, context), expected));
+}
 
-    // Values of the wrong kind read as absent and are reported once.
+TEST_F(Filters, ReadValuesOfTheWrongKindAsAbsentAndReportEachOnce)
+{
+    auto filter = TwoInputs::filter();
+    filter->setInputB(LMColor::greenColor());
+    filter->setOffset({0.5, 0});
     LogCapture capture;
     filter->setValueForKey(3.0, "inputA");
     filter->setValueForKey("loud", "control");
@@ -96,44 +114,74 @@ TEST_F(Filters, BindInputsToUnitsInOrderUploadEveryUniformAndReadWhatIsMissingAs
             "(anonymous namespace)::TwoInputs: The value of inputA is a number, not a drawable; treating it as absent",
             "(anonymous namespace)::TwoInputs: The value of control is a string, not a number; treating it as absent",
         }));
-
-    // A missing control counts as 0; a missing input or an image of another size reads black.
-    filter->setControl(std::nullopt);
-    filter->setInputA(nullptr);
-    auto green = LMColor::greenColor()->drawWithContext(context);
-    filter->setInputB(green);
-    context->setDimensions({64, 40});
-    expectColor(filter->drawWithContext(context), {0, 0, 0.5, 1});
-    EXPECT_FALSE(isCompatible(green, context));
 }
 
-TEST_F(Filters, CachedOutputIsReusedOnlyWhileItFits)
+// A missing control counts as 0; a missing input, or an image of another
+// size, reads black.
+TEST_F(Filters, ReadAMissingControlAsZeroAndAMissingOrMisfitInputAsBlack)
 {
+    auto filter = TwoInputs::filter();
+    auto green = LMColor::greenColor()->drawWithContext(context);
+    filter->setInputA(LMColor::redColor());
+    filter->setInputB(green);
+    filter->setControl(0.25);
+    filter->setOffset({0.5, 0});
+    filter->setControl(std::nullopt);
+    filter->setInputA(nullptr);
+    expectColor(filter->drawWithContext(context), {0, 1, 0.5, 1});
+    context->setDimensions({64, 40});
+    EXPECT_FALSE(isCompatible(green, context));
+    expectColor(filter->drawWithContext(context), {0, 0, 0.5, 1});
+}
+
+TEST_F(Filters, DrawAfreshEachTimeWhileCachingIsOff)
+{
+    auto filter = LMFilterInvert::filterWithInput(LMColor::redColor());
+    auto first = filter->drawWithContext(context);
+    EXPECT_NE(filter->drawWithContext(context), first);
+}
+
+TEST_F(Filters, ReuseTheCachedOutputPullingAndLeasingNothing)
+{
+    context->setCachingEnabled(true);
     auto source = LMPassthrough::passthroughWithInput(LMColor::colorWithRed(0.2, 0.4, 0.6));
     auto filter = LMFilterInvert::filterWithInput(source);
-    auto first = filter->drawWithContext(context);
     auto cached = filter->drawWithContext(context);
-    EXPECT_NE(cached, first) << "caching is off by default";
-
-    context->setCachingEnabled(true);
     const size_t leased = context->renderTargetPool()->objectsUsed();
     EXPECT_EQ(filter->drawWithContext(context), cached);
-    EXPECT_EQ(source->count(), 2u) << "a cached draw pulls nothing";
+    EXPECT_EQ(source->count(), 1u) << "a cached draw pulls nothing";
     EXPECT_EQ(context->renderTargetPool()->objectsUsed(), leased) << "and leases nothing";
+}
+
+TEST_F(Filters, DrawAfreshOnceMarkedOrOnceTheContextIsResized)
+{
+    context->setCachingEnabled(true);
+    auto filter = LMFilterInvert::filterWithInput(LMColor::redColor());
+    auto cached = filter->drawWithContext(context);
     filter->setNeedsRedraw(true);
     EXPECT_NE(filter->drawWithContext(context), cached);
     context->setDimensions({32, 24});
     EXPECT_EQ(filter->drawWithContext(context)->dimensions(), (LMSize{32, 24}));
+}
 
+TEST_F(Filters, ReuseACustomSizedOutputAtItsSize)
+{
+    context->setCachingEnabled(true);
+    auto filter = LMFilterInvert::filterWithInput(LMColor::redColor());
+    filter->drawWithContext(context);
     filter->setUsesCustomOutputSize(true);
     filter->setCustomOutputSize({8, 6});
     auto custom = filter->drawWithContext(context);
     EXPECT_EQ(custom->dimensions(), (LMSize{8, 6}));
-    EXPECT_EQ(filter->drawWithContext(context), custom) << "reused at its custom size";
+    EXPECT_EQ(filter->drawWithContext(context), custom);
+}
 
-    // Each context has its own cache entry, program and quad.
+TEST_F(Filters, KeepACacheEntryProgramAndQuadForEachContext)
+{
+    context->setCachingEnabled(true);
     auto other = LMContext::contextWithDimensions({32, 24});
     other->setCachingEnabled(true);
+    auto filter = LMFilterInvert::filterWithInput(LMColor::colorWithRed(0.2, 0.4, 0.6));
     for (const auto& target : {other, context, other}) {
         auto image = filter->drawWithContext(target);
         EXPECT_EQ(image->context(), target);
@@ -143,7 +191,7 @@ TEST_F(Filters, CachedOutputIsReusedOnlyWhileItFits)
     }
 }
 
-TEST_F(Filters, RedrawMarksTravelUpFromEveryInputAndOnlyADrawClearsThem)
+TEST_F(Filters, AskEveryInputDownAChainWhetherToRedraw)
 {
     auto first = LMFilterInvert::filterWithInput(LMColor::redColor());
     auto deep = LMFilterInvert::filterWithInput(LMColor::greenColor());
@@ -156,10 +204,35 @@ TEST_F(Filters, RedrawMarksTravelUpFromEveryInputAndOnlyADrawClearsThem)
     first->setNeedsRedraw(true);
     deep->setNeedsRedraw(true);
     EXPECT_TRUE(top->updateNeedsRedraw());
-    EXPECT_TRUE(second->needsRedraw()) << "every input is asked, down a chain";
-    for (const LMFilterRef<LMFilterInvert>& input : {first, second, deep})
-        input->setNeedsRedraw(false);
-    EXPECT_TRUE(top->updateNeedsRedraw()) << "only a draw clears the flag";
+    EXPECT_TRUE(second->needsRedraw()) << "the second input is asked although the first said yes";
+    top->drawWithContext(context);
+    first->setNeedsRedraw(true);
+    EXPECT_TRUE(top->updateNeedsRedraw()) << "the first input alone";
+}
+
+TEST_F(Filters, ClearTheirRedrawMarkOnlyByDrawing)
+{
+    auto input = LMFilterInvert::filterWithInput(LMColor::redColor());
+    auto top = LMFilterInvert::filterWithInput(input);
+    top->drawWithContext(context);
+    input->setNeedsRedraw(true);
+    EXPECT_TRUE(top->updateNeedsRedraw());
+    input->setNeedsRedraw(false);
+    EXPECT_TRUE(top->updateNeedsRedraw()) << "an input's cleared flag does not clear its reader's";
+    top->drawWithContext(context);
+    EXPECT_FALSE(top->updateNeedsRedraw());
+}
+
+// The setters of the filter's inputs, controls and other uniforms are
+// watched; the proxy describes itself, then its filter.
+TEST_F(Filters, HandlesWatchTheSettersOfInputsControlsAndUniforms)
+{
+    auto filter = TwoInputs::filter();
+    EXPECT_EQ(filter.proxy()->watchedMethods(),
+              (std::vector<std::string>{"setInputA:", "setInputB:", "setControl:", "setOffset:"}));
+    const std::string description = filter.proxy()->description();
+    EXPECT_TRUE(description.starts_with("<LMFilterProxy: 0x")) << description;
+    EXPECT_TRUE(description.ends_with(" -> " + filter.get()->description())) << description;
 }
 
 // Each step starts from a drawn, settled filter.
@@ -168,12 +241,6 @@ TEST_F(Filters, HandlesMarkTheFilterOnlyForWatchedSettersCalledThroughThem)
     auto filter = TwoInputs::filter();
     auto inner = TwoInputs::filter();
     inner->drawWithContext(context);
-    EXPECT_EQ(filter.proxy()->watchedMethods(),
-              (std::vector<std::string>{"setInputA:", "setInputB:", "setControl:", "setOffset:"}));
-    const std::string description = filter.proxy()->description();
-    EXPECT_TRUE(description.starts_with("<LMFilterProxy: 0x")) << description;
-    EXPECT_TRUE(description.ends_with(" -> " + filter.get()->description())) << description;
-
     std::shared_ptr<LMDrawable> asNode = filter; // in the graph the handle is the proxy
     const std::tuple<const char*, std::function<void()>, bool> steps[] = {
         {"a watched control", [&] { filter->setControl(0.25); }, true},
@@ -205,47 +272,52 @@ TEST_F(Filters, HandlesMarkTheFilterOnlyForWatchedSettersCalledThroughThem)
     expectColor(filter->drawWithContext(context), {0, 0, 0.875, 1});
 }
 
-// Each check reads output pixel (10, 5), drawn from a context of 200 by 100 and then 100 by 100.
-TEST_F(Filters, CustomOutputSizeShapesTheQuadTheInputTransformAndTheDimensions)
+// Each check reads output pixel (10, 5), drawn from a context of 200 by 100.
+TEST_F(Filters, StretchTheInputOverACustomOutputSize)
 {
-    auto small = LMContext::contextWithDimensions({200, 100});
+    auto wide = LMContext::contextWithDimensions({200, 100});
     auto location = Location::filter();
-    expectColor(location->drawWithContext(small), {10.5 / 256, 5.5 / 256, 400.0 / 512}, "at its own size", 10, 5);
+    expectColor(location->drawWithContext(wide), {10.5 / 256, 5.5 / 256, 400.0 / 512}, "at its own size", 10, 5);
     location->setUsesCustomOutputSize(true);
     location->setCustomOutputSize({100, 50});
-    expectColor(location->drawWithContext(small), {21 / 256.0, 11 / 256.0, 400.0 / 512}, "stretched", 10, 5);
+    expectColor(location->drawWithContext(wide), {21 / 256.0, 11 / 256.0, 400.0 / 512}, "stretched", 10, 5);
+}
 
-    // Filled, the input keeps its aspect: the quad crops its sides, and is
-    // rebuilt when the input's or the output's size changes.
+// Filled, the input keeps its aspect: the quad crops its sides, and is
+// rebuilt when the input's or the output's size changes.
+TEST_F(Filters, FillACustomOutputSizeKeepingTheInputsAspect)
+{
+    auto wide = LMContext::contextWithDimensions({200, 100});
     auto fill = Location::filter();
     fill->setScaler(std::make_shared<LMScalerFill>());
     fill->setUsesCustomOutputSize(true);
     fill->setCustomOutputSize({100, 100});
-    expectColor(fill->drawWithContext(small), {60.5 / 256, 5.5 / 256, 350.0 / 512}, "filled", 10, 5);
-    small->setDimensions({100, 100});
-    expectColor(fill->drawWithContext(small), {10.5 / 256, 5.5 / 256, 200.0 / 512}, "the input resized", 10, 5);
+    expectColor(fill->drawWithContext(wide), {60.5 / 256, 5.5 / 256, 350.0 / 512}, "filled", 10, 5);
+    wide->setDimensions({100, 100});
+    expectColor(fill->drawWithContext(wide), {10.5 / 256, 5.5 / 256, 200.0 / 512}, "the input resized", 10, 5);
     fill->setCustomOutputSize({100, 50});
-    expectColor(fill->drawWithContext(small), {10.5 / 256, 30.5 / 256, 200.0 / 512}, "the output resized", 10, 5);
+    expectColor(fill->drawWithContext(wide), {10.5 / 256, 30.5 / 256, 200.0 / 512}, "the output resized", 10, 5);
 }
 
-TEST_F(Filters, KernelThatFailsToCompileIsLoggedAndDrawsBlack)
+TEST_F(Filters, WhoseKernelFailsToCompileDrawBlackAndLogItOnce)
 {
-    class Broken : public LMFilterClass<Broken> {
-    public:
-        std::string kernelSource() const override { return "void main() { lm_output = lm_nothing; }"; }
-    };
     LogCapture capture;
     LMColor::whiteColor()->drawWithContext(context); // its white target goes back to the pool for the next draw
     auto broken = Broken::filter();
     expectColor(broken->drawWithContext(context), {0, 0, 0, 1});
-    EXPECT_FALSE(broken->programIsUsableWithContext(context)) << "a host can ask without reading the log";
-    EXPECT_TRUE(LMFilterInvert::filter()->programIsUsableWithContext(context));
+    broken->drawWithContext(context);
     ASSERT_EQ(capture.lines().size(), 1u) << "the compile failure, and nothing after it";
     EXPECT_NE(capture.lines()[0].find("Broken failed to compile: "), std::string::npos) << capture.lines()[0];
 }
 
+TEST_F(Filters, TellAHostWhetherTheirProgramIsUsable)
+{
+    EXPECT_FALSE(Broken::filter()->programIsUsableWithContext(context));
+    EXPECT_TRUE(LMFilterInvert::filter()->programIsUsableWithContext(context));
+}
+
 // Rebuilt quads and the quad of a filter that goes are deleted on their context.
-TEST_F(Filters, QuadStateLeaksNoGLObjects)
+TEST_F(Filters, LeakNoGLObjectsForTheirQuads)
 {
     auto filter = LMFilterInvert::filterWithInput(LMColor::whiteColor());
     filter->drawWithContext(context); // the context makes its own quad on the first draw
@@ -262,24 +334,23 @@ TEST_F(Filters, QuadStateLeaksNoGLObjects)
     EXPECT_EQ(live(), before);
 }
 
-TEST(LMAffineTransform, AppliesNewOperationsToPointsFirstAndInverts)
+TEST(LMAffineTransform, AppliesNewOperationsToPointsFirst)
 {
-    LMAffineTransform scaledFirst, translatedFirst;
-    scaledFirst.translateXBy(10, 0).scaleBy(2);
-    translatedFirst.scaleBy(2).translateXBy(10, 0);
-    EXPECT_EQ(scaledFirst.transformPoint({1, 1}), (LMPoint{12, 2}));
-    EXPECT_EQ(translatedFirst.transformPoint({1, 1}), (LMPoint{22, 2}));
+    EXPECT_EQ(LMAffineTransform{}.translateXBy(10, 0).scaleBy(2).transformPoint({1, 1}), (LMPoint{12, 2}));
+    EXPECT_EQ(LMAffineTransform{}.scaleBy(2).translateXBy(10, 0).transformPoint({1, 1}), (LMPoint{22, 2}));
+}
 
+TEST(LMAffineTransform, InvertsToTheMapBackOrForASingularOneToTheIdentity)
+{
     const LMAffineTransform mixed = LMAffineTransform{}.translateXBy(7, -3).rotateByDegrees(30).scaleXBy(2, 0.5);
     const LMPoint back = LMAffineTransform(mixed).invert().transformPoint(mixed.transformPoint({5, 9}));
     EXPECT_NEAR(back.x, 5, 1e-9);
     EXPECT_NEAR(back.y, 9, 1e-9);
-    EXPECT_TRUE(LMAffineTransform{}.scaleXBy(0, 1).invert().isIdentity()) << "a singular transform";
+    EXPECT_TRUE(LMAffineTransform{}.scaleXBy(0, 1).invert().isIdentity());
 }
 
 // Stretch fills the viewport and scales each axis on its own; fill keeps the
-// aspect, centres and crops. Sizes that cannot be used give the full viewport
-// and the identity.
+// aspect, centres and crops.
 TEST(LMScalers, PlaceTheInputOnTheOutput)
 {
     const LMScalerFill fill;
@@ -301,6 +372,13 @@ TEST(LMScalers, PlaceTheInputOnTheOutput)
         EXPECT_EQ(c.scaler.vertexPositionRectForInputSize(c.input, c.output), c.rect);
         EXPECT_EQ(c.scaler.transformForInputSize(c.input, c.output), c.transform);
     }
+}
+
+TEST(LMScalers, GiveTheFullViewportAndTheIdentityForSizesTheyCannotUse)
+{
+    const LMScalerFill fill;
+    const LMScalerStretch stretch;
+    const LMRect full{-1, -1, 2, 2};
     for (const LMSize bad : {LMSize{0, 100}, LMSize{100, 0}, LMSize{-5, 10}, LMSize{NAN, 10}, LMSize{INFINITY, 10}}) {
         for (const LMScaler* scaler : {static_cast<const LMScaler*>(&fill), static_cast<const LMScaler*>(&stretch)}) {
             EXPECT_EQ(scaler->vertexPositionRectForInputSize(bad, {100, 100}), full);

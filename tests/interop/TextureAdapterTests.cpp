@@ -25,35 +25,59 @@ std::string describe(const std::shared_ptr<LMContext>& context)
     return text;
 }
 
+// A context of 200 by 200 and a texture of it drawn with quadrants.
+class TextureAdapters : public testing::Test {
+protected:
+    void TearDown() override
+    {
+        if (context)
+            deleteTexture(*context, texture);
+    }
+
+    // The filter over the whole texture, made without a context and given a
+    // fill scaler then, which is stored but does not reach the quad.
+    LMFilterRef<LMFilterOpenGLTextureAdapter> unboundFilter()
+    {
+        auto filter = LMFilterOpenGLTextureAdapter::filter();
+        filter->setScaler(fill);
+        filter->setTexture(texture);
+        filter->setTextureSize({100, 50});
+        return filter;
+    }
+
+    std::shared_ptr<LMContext> context = LMContext::contextWithDimensions({200, 200});
+    const GLuint texture = makeTexture(*context, 100, 50, quadrants);
+    const std::shared_ptr<LMScalerFill> fill = std::make_shared<LMScalerFill>();
+};
+
 } // namespace
 
 // The filter's own quad state is its own accessor: the base's stays in view,
 // so the filter answers one way whatever reference it is reached through.
 static_assert(std::is_same_v<decltype(&LMFilterOpenGLTextureAdapter::vaoState), decltype(&LMFilter::vaoState)>);
 
-// Flips are the adapter's test below; it draws through this filter.
-TEST(TextureAdapterFilter, DrawsAfreshInOneContextByItsScalerAndTextureSize)
+TEST_F(TextureAdapters, FilterDrawsAfreshEveryTime)
 {
-    auto context = LMContext::contextWithDimensions({200, 200});
-    auto second = LMContext::contextWithDimensions({200, 200});
-    const GLuint texture = makeTexture(*context, 100, 50, quadrants);
-    // Made without a context: the scaler given now is stored but does not
-    // reach the quad, which keeps its own stretch scaler.
-    auto filter = LMFilterOpenGLTextureAdapter::filter();
-    const auto fill = std::make_shared<LMScalerFill>();
-    filter->setScaler(fill);
-    filter->setTexture(texture);
-    filter->setTextureSize({100, 50});
-
+    auto filter = unboundFilter();
     auto first = filter->drawWithContext(context);
-    auto again = filter->drawWithContext(context);
-    ASSERT_TRUE(first && again);
-    EXPECT_NE(first, again);
+    EXPECT_NE(filter->drawWithContext(context), first);
     EXPECT_TRUE(filter->updateNeedsRedraw());
+}
+
+TEST_F(TextureAdapters, FilterGivenAScalerBeforeItsContextStretchesTheTexture)
+{
+    auto filter = unboundFilter();
+    auto image = filter->drawWithContext(context);
     EXPECT_EQ(filter->scaler(), fill);
-    EXPECT_EQ(pixelAt(again, 2, 2), magenta) << "stretched: the unbound filter's scaler missed the quad";
-    EXPECT_EQ(pixelAt(again, 198, 198), white);
-    const auto quad = filter->textureVAOState()->ourVAO();
+    EXPECT_EQ(pixelAt(image, 2, 2), magenta);
+    EXPECT_EQ(pixelAt(image, 198, 198), white);
+}
+
+TEST_F(TextureAdapters, FilterRefusesASecondContext)
+{
+    auto filter = unboundFilter();
+    filter->drawWithContext(context);
+    auto second = LMContext::contextWithDimensions({200, 200});
     try {
         filter->drawWithContext(second);
         ADD_FAILURE() << "a second context was accepted";
@@ -61,10 +85,16 @@ TEST(TextureAdapterFilter, DrawsAfreshInOneContextByItsScalerAndTextureSize)
         EXPECT_EQ(exception.name(), "LMFilterOpenGLTextureAdapter can only be used with a single context.");
         EXPECT_EQ(exception.reason(), describe(second) + " is not the existing context, " + describe(context) + ".");
     }
-    EXPECT_EQ(pixelAt(filter->drawWithContext(context), 60, 2), red);
-    EXPECT_EQ(filter->textureVAOState()->ourVAO(), quad) << "nothing changed: the quad is kept";
-    // The same scaler again is nothing new; a new one reaches the quad but
-    // shapes it only from the next rebuild, here brought by the flip.
+    EXPECT_EQ(pixelAt(filter->drawWithContext(context), 60, 2), red) << "and goes on in its own";
+}
+
+// The same scaler again is nothing new; a new one reaches the quad but
+// shapes it only from the next rebuild, here brought by the flip.
+TEST_F(TextureAdapters, FilterKeepsItsQuadUntilAFlipOrSizeRebuildsItWithTheLatestScaler)
+{
+    auto filter = unboundFilter();
+    filter->drawWithContext(context);
+    const auto quad = filter->textureVAOState()->ourVAO();
     filter->setScaler(fill);
     filter->setScaler(std::make_shared<LMScalerFill>());
     EXPECT_EQ(pixelAt(filter->drawWithContext(context), 2, 2), magenta);
@@ -75,34 +105,51 @@ TEST(TextureAdapterFilter, DrawsAfreshInOneContextByItsScalerAndTextureSize)
     filter->setIsFlipped(false);
     filter->setTextureSize({50, 50});
     EXPECT_EQ(pixelAt(filter->drawWithContext(context), 198, 198), blue);
+}
 
-    // Once its context has gone the filter binds to the next one, and its
-    // quad is made anew there rather than bound from the dead context.
+// Once its context has gone the filter binds to the next one, and its quad
+// is made anew there rather than bound from the dead context.
+TEST_F(TextureAdapters, FilterWhoseContextWentServesTheNext)
+{
+    auto filter = unboundFilter();
+    filter->drawWithContext(context);
     deleteTexture(*context, texture);
     context.reset();
+    auto second = LMContext::contextWithDimensions({200, 200});
     const GLuint secondTexture = makeTexture(*second, 100, 50, quadrants);
     filter->setTexture(secondTexture);
     auto rebound = filter->drawWithContext(second);
-    EXPECT_EQ(pixelAt(rebound, 198, 2), red);
-    EXPECT_EQ(pixelAt(rebound, 198, 198), blue);
+    EXPECT_EQ(pixelAt(rebound, 198, 2), green);
+    EXPECT_EQ(pixelAt(rebound, 198, 198), white);
     deleteTexture(*second, secondTexture);
 }
 
-TEST(TextureAdapter, CopiesByItsModeAndHandsOutTheCopyUntilTheContextIsResized)
+TEST_F(TextureAdapters, FillByDefaultAndForAnUnknownMode)
 {
-    auto context = LMContext::contextWithDimensions({200, 200});
-    const GLuint texture = makeTexture(*context, 100, 50, quadrants);
     auto adapter = LMOpenGLTextureAdapter::adapterWithContext(context);
-    EXPECT_EQ(pixelAt(adapter->convertTexture(texture, {100, 50}), 2, 2), red) << "fill by default crops the band";
+    EXPECT_EQ(pixelAt(adapter->convertTexture(texture, {100, 50}), 2, 2), red) << "the band is cropped";
     adapter->setContentScaleMode(LMContentScaleMode{7});
-    EXPECT_EQ(pixelAt(adapter->convertTexture(texture, {100, 50}), 2, 2), red) << "and so does an unknown mode";
-    // A new mode keeps the fit while the texture's size, its flip and the
-    // context's size stay as they were, and shows once one of them changes.
+    EXPECT_EQ(pixelAt(adapter->convertTexture(texture, {100, 50}), 2, 2), red);
+}
+
+// A new mode keeps the fit while the texture's size, its flip and the
+// context's size stay as they were, and shows once one of them changes.
+TEST_F(TextureAdapters, TakeANewModeAtTheNextChangeOfSizeOrFlip)
+{
+    auto adapter = LMOpenGLTextureAdapter::adapterWithContext(context);
+    adapter->convertTexture(texture, {100, 50});
     adapter->setContentScaleMode(LMContentScaleModeStretch);
     EXPECT_EQ(pixelAt(adapter->convertTexture(texture, {100, 50}), 2, 2), red) << "still filled";
     auto converted = adapter->convertTexture(texture, {100, 50}, true);
     EXPECT_EQ(pixelAt(converted, 2, 2), magenta);
     EXPECT_EQ(pixelAt(converted, 60, 2), blue) << "flipped";
+}
+
+TEST_F(TextureAdapters, HandOutTheirCopyUntilTheContextIsResizedThenConvertAgain)
+{
+    auto adapter = LMOpenGLTextureAdapter::adapterWithContext(context);
+    adapter->setContentScaleMode(LMContentScaleModeStretch);
+    auto converted = adapter->convertTexture(texture, {100, 50}, true);
     EXPECT_TRUE(adapter->updateNeedsRedraw());
     EXPECT_EQ(adapter->drawWithContext(context), converted);
     EXPECT_FALSE(adapter->updateNeedsRedraw());
@@ -116,12 +163,16 @@ TEST(TextureAdapter, CopiesByItsModeAndHandsOutTheCopyUntilTheContextIsResized)
     EXPECT_TRUE(adapter->updateNeedsRedraw());
     EXPECT_EQ(adapter->drawWithContext(context), resized);
     EXPECT_FALSE(adapter->needsRedraw());
+}
 
-    // Another context gets black of its own size, and no conversion.
+// Another context gets black of its own size, and no conversion.
+TEST_F(TextureAdapters, GiveAnotherContextBlack)
+{
+    auto adapter = LMOpenGLTextureAdapter::adapterWithContext(context);
+    adapter->convertTexture(texture, {100, 50});
     auto other = LMContext::contextWithDimensions({16, 16});
     auto foreign = adapter->drawWithContext(other);
     EXPECT_EQ(foreign->context(), other);
     EXPECT_EQ(pixelAt(foreign, 8, 8), black);
     EXPECT_TRUE(adapter->needsRedraw());
-    deleteTexture(*context, texture);
 }

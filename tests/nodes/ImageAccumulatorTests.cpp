@@ -6,44 +6,60 @@
 
 // The accumulator keeps what its input drew when the image was set, and hands
 // it out only to its own context at that size; anywhere else it draws black.
-TEST(ImageAccumulators, KeepTheImageForTheirContextAtItsSize)
+class ImageAccumulators : public testing::Test {
+protected:
+    void SetUp() override { accumulator->setImage(colour); }
+    LMRGBA drawnAt(const std::shared_ptr<LMContext>& where)
+    {
+        return accumulator->drawWithContext(where)->readPixelColorAtX(1, 1).value_or(LMRGBA{});
+    }
+
+    std::shared_ptr<LMContext> context = LMContext::contextWithDimensions({48, 24});
+    std::shared_ptr<LMImageAccumulator> accumulator = LMImageAccumulator::accumulatorWithContext(context);
+    std::shared_ptr<LMColor> colour = LMColor::redColor();
+};
+
+TEST_F(ImageAccumulators, KeepWhatTheirInputDrewWhenSetThoughTheGraphRedraws)
 {
-    auto context = LMContext::contextWithDimensions({48, 24}), twin = LMContext::contextWithDimensions({48, 24});
-    auto accumulator = LMImageAccumulator::accumulatorWithContext(context);
-    auto colour = LMColor::redColor();
-    accumulator->setImage(colour);
     auto kept = accumulator->image();
     EXPECT_FALSE(accumulator->updateNeedsRedraw()) << "setting an image marks nothing";
     EXPECT_EQ(accumulator->drawWithContext(context), kept);
-
-    // The graph redraws; what was kept is not drawn over.
     colour->setColor(LMRGBA::greenColor());
     colour->setLastImage(nullptr);
     EXPECT_EQ(colour->drawWithContext(context)->readPixelColorAtX(1, 1), LMRGBA::greenColor());
-    EXPECT_EQ(kept->readPixelColorAtX(1, 1), LMRGBA::redColor());
+    EXPECT_EQ(drawnAt(context), LMRGBA::redColor());
+}
 
-    EXPECT_EQ(accumulator->drawWithContext(twin)->readPixelColorAtX(1, 1), LMRGBA::blackColor());
+TEST_F(ImageAccumulators, DrawBlackForAnotherContextOrSizeWithoutDroppingTheImage)
+{
+    auto kept = accumulator->image();
+    EXPECT_EQ(drawnAt(LMContext::contextWithDimensions({48, 24})), LMRGBA::blackColor());
     context->setDimensions({20, 20});
-    EXPECT_EQ(accumulator->drawWithContext(context)->readPixelColorAtX(1, 1), LMRGBA::blackColor());
+    EXPECT_EQ(drawnAt(context), LMRGBA::blackColor());
     context->setDimensions({48, 24});
-    EXPECT_EQ(accumulator->drawWithContext(context), kept) << "the kept image was not dropped";
+    EXPECT_EQ(accumulator->drawWithContext(context), kept);
+}
 
+TEST_F(ImageAccumulators, ClearTheirFlagWithEveryDraw)
+{
     accumulator->setNeedsRedraw(true);
-    accumulator->drawWithContext(twin);
-    EXPECT_FALSE(accumulator->updateNeedsRedraw()) << "every draw clears the flag";
+    accumulator->drawWithContext(LMContext::contextWithDimensions({48, 24}));
+    EXPECT_FALSE(accumulator->updateNeedsRedraw());
+}
 
+TEST_F(ImageAccumulators, DrawBlackOnceTheirImageIsUnset)
+{
     accumulator->setImage(nullptr);
-    EXPECT_EQ(accumulator->drawWithContext(context)->readPixelColorAtX(1, 1), LMRGBA::blackColor());
+    EXPECT_EQ(drawnAt(context), LMRGBA::blackColor());
 }
 
 // An accumulator whose context has gone keeps nothing new and says why.
-TEST(ImageAccumulators, RefuseImagesOnceTheirContextHasGone)
+TEST_F(ImageAccumulators, RefuseImagesOnceTheirContextHasGone)
 {
-    auto context = LMContext::contextWithDimensions({8, 8});
-    auto accumulator = LMImageAccumulator::accumulatorWithContext(context);
+    const auto before = accumulator->image();
     context.reset();
     LogCapture log;
-    accumulator->setImage(LMColor::redColor());
-    EXPECT_EQ(accumulator->image(), nullptr);
+    accumulator->setImage(LMColor::greenColor());
+    EXPECT_EQ(accumulator->image(), before);
     EXPECT_EQ(log.lines(), std::vector<std::string>{"LMImageAccumulator: Image was set before context."});
 }

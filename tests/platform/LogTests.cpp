@@ -4,9 +4,8 @@
 
 #include <thread>
 
-// printf-style formatting, one line per message whatever newline the format
-// ends with, to the sink while one is set and to standard error after.
-TEST(LMLog, FormatsOneLinePerMessageForTheSinkOrStandardError)
+// printf-style formatting, one line per message whatever newline the format ends with.
+TEST(LMLog, FormatsOneLinePerMessage)
 {
     LogCapture capture;
     LMLog("LMContext: Maximum texture size: %i", 16384);
@@ -14,6 +13,10 @@ TEST(LMLog, FormatsOneLinePerMessageForTheSinkOrStandardError)
     LMLog("%s and %.1f", "text", 2.5);
     EXPECT_EQ(capture.lines(),
               (std::vector<std::string>{"LMContext: Maximum texture size: 16384", "plain line", "text and 2.5"}));
+}
+
+TEST(LMLog, WritesToStandardErrorWithoutASink)
+{
     LMSetLogSink({});
     testing::internal::CaptureStderr();
     LMLog("to standard error %d\n", 7);
@@ -45,9 +48,8 @@ TEST(LMLog, CallsTheSinkOneLineAtATimeFromManyThreads)
 }
 
 // A sink may log (that line goes to standard error rather than back into the
-// sink) and may install another sink; neither deadlocks. A compiler's log of
-// several lines quoted in a message stays one line.
-TEST(LMLog, SinksThatLogOrReplaceThemselvesAndMessagesWithNewlines)
+// sink) and may install another sink; neither deadlocks.
+TEST(LMLog, LetsASinkLogAndReplaceItself)
 {
     std::vector<std::string> first, second;
     LMSetLogSink([&](const std::string& line) {
@@ -58,8 +60,16 @@ TEST(LMLog, SinksThatLogOrReplaceThemselvesAndMessagesWithNewlines)
     testing::internal::CaptureStderr();
     LMLog("one");
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "logged by the sink\n");
-    LMLog("failed: 0:1(2): error: a\n0:3(4): error: b\r\n\n");
+    LMLog("two");
     LMSetLogSink({});
     EXPECT_EQ(first, std::vector<std::string>{"one"});
-    EXPECT_EQ(second, std::vector<std::string>{"failed: 0:1(2): error: a; 0:3(4): error: b"});
+    EXPECT_EQ(second, std::vector<std::string>{"two"});
+}
+
+// A compiler's log of several lines quoted in a message stays one line.
+TEST(LMLog, JoinsTheLinesOfAMessageIntoOne)
+{
+    LogCapture capture;
+    LMLog("failed: 0:1(2): error: a\n0:3(4): error: b\r\n\n");
+    EXPECT_EQ(capture.lines(), std::vector<std::string>{"failed: 0:1(2): error: a; 0:3(4): error: b"});
 }

@@ -156,17 +156,12 @@ TEST_F(BadInputs, SizesAreRefusedWithALogLine)
     }
 }
 
-TEST_F(BadInputs, NumbersReachFiltersAndColoursWithoutHarm)
+// GL clamps a clear colour to 0...1, and NaN clears as 0. A hue that is no
+// finite number reads as 0, red.
+TEST_F(BadInputs, ColoursClampAndHuesOfNoNumberAreRed)
 {
-    // Red in the lower-left corner, blue in the upper-right.
-    auto input = halvesPicture()->lumetraImageWithContext(context, LMContentScaleModeStretch);
-    // One entry of the 2-by-2 matrix, and one of the translation.
-    const std::pair<const char*, double LMAffineTransform::*> entries[] = {{"m11", &LMAffineTransform::m11},
-                                                                           {"tX", &LMAffineTransform::tX}};
     for (double number : badNumbers) {
         const std::string name = text(number);
-        // GL clamps a clear colour to 0...1, and NaN clears as 0. A hue that
-        // is no finite number reads as 0, red.
         sweep(context, "a colour and a hue of " + name, "", [&] {
             const double expected = std::isnan(number) ? 0.0 : std::clamp(number, 0.0, 1.0);
             auto read = corner(LMColor::colorWithRed(number, 0, 1)->drawWithContext(context), true);
@@ -176,21 +171,37 @@ TEST_F(BadInputs, NumbersReachFiltersAndColoursWithoutHarm)
             // The colour itself, not its pixels: a NaN component would clear as 0 too.
             EXPECT_EQ(LMRGBA::fromHSB(number, 1, 1), number == 0.5 ? cyan : red) << name;
         });
-        // A transform that cannot be inverted, or whose inverse is not a
-        // finite matrix, leaves the input where it is.
+    }
+}
+
+// One entry of the 2-by-2 matrix, and one of the translation: a transform
+// that cannot be inverted, or whose inverse is not a finite matrix, leaves
+// the input (red in the lower-left corner, blue in the upper-right) where it is.
+TEST_F(BadInputs, TransformsWithoutAFiniteInverseLeaveTheInputWhereItIs)
+{
+    auto input = halvesPicture()->lumetraImageWithContext(context, LMContentScaleModeStretch);
+    const std::pair<const char*, double LMAffineTransform::*> entries[] = {{"m11", &LMAffineTransform::m11},
+                                                                           {"tX", &LMAffineTransform::tX}};
+    for (double number : badNumbers)
         for (const auto& [entryName, entry] : entries) {
-            sweep(context, std::string("a transform ") + entryName + " of " + name, "", [&] {
+            sweep(context, std::string("a transform ") + entryName + " of " + text(number), "", [&] {
                 LMAffineTransform transform;
                 transform.*entry = number;
                 auto filter = LMFilterTransform::filterWithInput(input);
                 filter->setTransform(transform);
                 auto image = filter->drawWithContext(context);
                 if (number == 0.0 || !std::isfinite(static_cast<float>(number))) {
-                    EXPECT_EQ(corner(image), red) << entryName << " = " << name;
-                    EXPECT_EQ(corner(image, true), blue) << entryName << " = " << name;
+                    EXPECT_EQ(corner(image), red) << entryName << " = " << number;
+                    EXPECT_EQ(corner(image, true), blue) << entryName << " = " << number;
                 }
             });
         }
+}
+
+TEST_F(BadInputs, MonitorIntervalsThatAreNotPositiveAreRefused)
+{
+    for (double number : badNumbers) {
+        const std::string name = text(number);
         const std::string intervalLine = "LMPerformanceMonitor: Interval " + name + " is not a positive number";
         sweep(context, "a monitor interval of " + name, number > 0 ? "" : intervalLine, [&] {
             auto monitor = LMPerformanceMonitor::performanceMonitorWithContext(context);
@@ -273,18 +284,22 @@ TEST_F(BadInputs, MissingForeignAndUnboundInputsReadAsBlack)
     });
 }
 
-TEST_F(BadInputs, ContextOperationsRefuseWhatTheyCannotUse)
+TEST_F(BadInputs, ProgramsWithoutSourceOrMainAreRefused)
 {
     sweep(context, "a program of no source", "LMFilter: Fragment Shader for NoSource failed to compile",
           [&] { EXPECT_FALSE(context->createProgramWithName("NoSource", nullptr)->isLinked()); });
     sweep(context, "a program without main", "LMFilter: Shader program for NoMain failed to link",
           [&] { EXPECT_FALSE(context->createProgramWithName("NoMain", "#version 150\nvoid f() {}\n")->isLinked()); });
+}
+
+// The library binds what it needs for every draw, so a host block may leave
+// any binding behind, or throw. The viewport is cached: a block that moves it
+// says so by resetting the cache, as the state cache asks.
+TEST_F(BadInputs, HostBlocksThatThrowOrRebindLeaveDrawingWhole)
+{
     sweep(context, "a block that throws", "", [&] {
         EXPECT_THROW(context->executeOpenGL([] { throw LMException("Robustness", "thrown on purpose"); }), LMException);
     });
-    // The library binds what it needs for every draw, so a host block may
-    // leave any binding behind. The viewport is cached: a block that moves it
-    // says so by resetting the cache, as the state cache asks.
     const GLuint texture = halvesPicture()->glTextureWithContext(context);
     sweep(context, "a block that changes the bindings", "", [&] {
         context->executeOpenGL([&] {
@@ -301,29 +316,38 @@ TEST_F(BadInputs, ContextOperationsRefuseWhatTheyCannotUse)
         auto adapter = LMOpenGLTextureAdapter::adapterWithContext(context);
         EXPECT_EQ(corner(adapter->convertTexture(texture, {2, 1}), true), blue);
     });
+}
 
-    // Each context's pool numbers its own targets from the same start, so a
-    // new context's first target has the id of another new context's first.
-    auto mine = LMContext::contextWithDimensions(good), other = LMContext::contextWithDimensions(good);
-    auto own = mine->requestRenderTargetWithDimensions(good), foreign = other->requestRenderTargetWithDimensions(good);
+// Each context's pool numbers its own targets from the same start, so a new
+// context's first target has the id of another new context's first.
+TEST_F(BadInputs, AnotherContextsRenderTargetIsRefused)
+{
+    auto other = LMContext::contextWithDimensions(good);
+    auto own = context->requestRenderTargetWithDimensions(good),
+         foreign = other->requestRenderTargetWithDimensions(good);
     ASSERT_EQ(own->identifier(), foreign->identifier());
-    sweep(mine, "releasing another context's render target", "LMContext: Cannot release render target ", [&] {
-        mine->releaseRenderTarget(foreign);
-        EXPECT_EQ(mine->renderTargetPool()->objectsUsed(), 1u);
+    sweep(context, "releasing another context's render target", "LMContext: Cannot release render target ", [&] {
+        context->releaseRenderTarget(foreign);
+        EXPECT_EQ(context->renderTargetPool()->objectsUsed(), 1u);
     });
-    sweep(mine, "binding another context's render target", "LMContext: Cannot bind render target ",
-          [&] { mine->bindToRenderTarget(foreign); });
-    sweep(mine, "binding no render target", "", [&] { mine->bindToRenderTarget(nullptr); });
+    sweep(context, "binding another context's render target", "LMContext: Cannot bind render target ",
+          [&] { context->bindToRenderTarget(foreign); });
+    sweep(context, "binding no render target", "", [&] { context->bindToRenderTarget(nullptr); });
+}
 
+TEST_F(BadInputs, PixelFormatsThatCannotBeMadeAreRefused)
+{
     sweep(context, "an unsupported GL profile", "LMOpenGLPixelFormat: Unsupported OpenGL profile 0x9999", [&] {
         EXPECT_EQ(LMOpenGLPixelFormat::pixelFormatWithAttributes({LMOpenGLPFAOpenGLProfile, 0x9999, 0}), nullptr);
         EXPECT_EQ(LMOpenGLContext::contextWithFormat(nullptr, nullptr), nullptr);
     });
     sweep(context, "a profile without its value", "LMOpenGLPixelFormat: Attribute 99 has no value",
           [&] { EXPECT_EQ(LMOpenGLPixelFormat::pixelFormatWithAttributes({LMOpenGLPFAOpenGLProfile}), nullptr); });
+}
 
-    // Drawing with no context at all: documented as null or an image without
-    // a target, and nothing logged.
+// Documented as null or an image without a target, and nothing logged.
+TEST_F(BadInputs, NodesAndPicturesGiveNothingWithoutAContext)
+{
     sweep(context, "every kind of node drawn with no context", "", [&] {
         for (const auto& node : std::vector<std::shared_ptr<LMDrawable>>{
                  LMColor::redColor(), LMPassthrough::passthrough(), LMOpenGLTextureAdapter::adapterWithContext(context),

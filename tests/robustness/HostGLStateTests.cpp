@@ -4,7 +4,7 @@
 
 #include "support/GLObjects.h"
 #include "support/LogCapture.h"
-#include "support/TexturePixels.h"
+#include "support/PixelsInOut.h"
 
 #include <gtest/gtest.h>
 
@@ -14,17 +14,7 @@ namespace {
 
 // Odd sizes: bitmap rows are padded, so a row length GL takes from elsewhere shows.
 constexpr int width = 7, height = 5;
-using Bytes = std::vector<uint8_t>;
 using Block = std::function<void()>;
-
-Bytes bytesOf(const std::shared_ptr<LMImage>& image)
-{
-    auto picture = LMPicture::imageWithLMImage(image);
-    Bytes bytes;
-    for (int y = 0; picture && y < height; ++y)
-        bytes.insert(bytes.end(), picture->bitmap()->rowAt(y), picture->bitmap()->rowAt(y) + width * 4);
-    return bytes;
-}
 
 Pixel gradient(int x, int y)
 {
@@ -33,7 +23,7 @@ Pixel gradient(int x, int y)
 
 struct Outcome {
     std::optional<LMRGBA> pixel;
-    Bytes readBack, upload, draw;
+    Pixels readBack, upload, draw;
     std::vector<std::string> logged;
     bool errorLeft = false;
 };
@@ -45,9 +35,6 @@ Outcome outcomeAfter(const Block& hostBlock)
     LogCapture log;
     auto colour = LMColor::colorWithRed(0.2, 0.6, 0.8)->drawWithContext(context);
     const GLuint texture = makeTexture(*context, width, height, gradient);
-    auto bitmap = newBIR(width, height);
-    for (int i = 0; i < width * height; ++i)
-        std::memcpy(bitmap->rowAt(i / width) + i % width * 4, gradient(i % width, i / width).data(), 4);
     // Half a pixel over, so that the sampler's filtering shows too.
     auto draw = [&] {
         auto moved = LMFilterTransform::filterWithInput(
@@ -62,11 +49,9 @@ Outcome outcomeAfter(const Block& hostBlock)
     auto host = [&] { return hostBlock ? context->executeOpenGL(hostBlock) : void(); };
     Outcome outcome;
     host(), outcome.pixel = colour->readPixelColorAtX(3, 2);
-    host(), outcome.readBack = bytesOf(colour);
-    host();
-    auto picture = LMPicture::pictureWithBitmap(bitmap);
-    outcome.upload = bytesOf(picture->lumetraImageWithContext(context, LMContentScaleModeStretch));
-    host(), outcome.draw = bytesOf(draw());
+    host(), outcome.readBack = pixelsOf(colour);
+    host(), outcome.upload = pixelsOf(imageOf(context, pixelsOf(width, height, gradient)));
+    host(), outcome.draw = pixelsOf(draw());
     outcome.errorLeft = pendingGLError(*context) != GL_NO_ERROR;
     deleteTexture(*context, texture);
     outcome.logged = log.lines();
@@ -93,10 +78,8 @@ TEST(HostGLStateTest, ReadBacksUploadsAndDrawsIgnoreWhatAHostBlockLeaves)
 {
     const Outcome clean = outcomeAfter({});
     ASSERT_EQ(clean.pixel, (LMRGBA{51 / 255.0, 153 / 255.0, 204 / 255.0, 1}));
-    ASSERT_EQ(clean.draw.size(), size_t(width * height * 4));
-    const Pixel uploaded{clean.upload[4 * 8], clean.upload[4 * 8 + 1], clean.upload[4 * 8 + 2],
-                         clean.upload[4 * 8 + 3]};
-    EXPECT_EQ(uploaded, gradient(1, 1)) << "the upload is exact";
+    ASSERT_EQ(clean.draw.pixels.size(), size_t(width * height));
+    EXPECT_EQ(clean.upload, pixelsOf(width, height, gradient)) << "the upload is exact";
 
     const std::vector<std::pair<std::string, Block>> leftovers = {
         {"pack skip pixels", [] { glPixelStorei(GL_PACK_SKIP_PIXELS, 3); }},
@@ -127,10 +110,9 @@ TEST(HostGLStateTest, ReadBacksUploadsAndDrawsIgnoreWhatAHostBlockLeaves)
         SCOPED_TRACE("after a host block that leaves " + what);
         const Outcome outcome = outcomeAfter(block);
         EXPECT_EQ(outcome.pixel, clean.pixel) << "readPixelColorAtX";
-        // Compared as bytes, so that a failure names the operation rather than printing two pictures.
-        EXPECT_TRUE(outcome.readBack == clean.readBack) << "imageWithLMImage";
-        EXPECT_TRUE(outcome.upload == clean.upload) << "lumetraImageWithContext";
-        EXPECT_TRUE(outcome.draw == clean.draw) << "a filter draw";
+        EXPECT_TRUE(samePixels(outcome.readBack, clean.readBack, 0)) << "imageWithLMImage";
+        EXPECT_TRUE(samePixels(outcome.upload, clean.upload, 0)) << "lumetraImageWithContext";
+        EXPECT_TRUE(samePixels(outcome.draw, clean.draw, 0)) << "a filter draw";
         EXPECT_FALSE(outcome.errorLeft);
         EXPECT_EQ(outcome.logged, std::vector<std::string>{});
     }
@@ -148,7 +130,7 @@ TEST(HostGLStateTest, ADrawInsideAHostBlockAfterItsOwnGLIsWhole)
         invert->setNeedsRedraw(true);
         after = invert->drawWithContext(context);
     });
-    EXPECT_TRUE(bytesOf(after) == bytesOf(before)) << "the second draw is cut by the host's scissor";
+    EXPECT_TRUE(samePixels(pixelsOf(after), pixelsOf(before), 0)) << "the second draw is cut by the host's scissor";
 }
 
 // A read-back GL refuses gives nothing and a line, not its zeroed buffer as black.

@@ -114,30 +114,43 @@ TEST(HostileGraphs, InputNamesChangedDuringTheFiltersOwnDraw)
     EXPECT_EQ(context->renderTargetPool()->objectsUsed(), 0u);
 }
 
-// A chain deeper than the graph's limit draws black from the node past the
-// limit, says so once, and never overflows the stack of a thread with a
-// small one; a chain at the limit draws exactly. Chains far longer than any
-// stack are released without recursion.
-TEST(HostileGraphs, DeepChainsAreRefusedPastTheLimitAndReleasedWithoutRecursion)
+// Chains drawn on a thread with a small stack, which a recursion without
+// bound would overflow.
+class DeepChains : public testing::Test {
+protected:
+    std::shared_ptr<LMContext> context = LMContext::contextWithDimensions(size);
+    std::shared_ptr<LMDrawable> colour = LMColor::colorWithRed(0.2, 0.4, 0.6);
+    LogCapture log;
+};
+
+// An even number of inverts gives the colour back.
+TEST_F(DeepChains, DrawExactlyAtTheGraphsDepthLimit)
 {
-    auto context = LMContext::contextWithDimensions(size);
-    auto colour = LMColor::colorWithRed(0.2, 0.4, 0.6);
     runOnStackOf(smallStack, [&] {
-        LogCapture log;
-        // An even number of inverts gives the colour back.
         auto atLimit = chainOfInverts(colour, LMGraphDepth::maximumDepth);
         EXPECT_EQ(pixelAt(atLimit->drawWithContext(context), 0, 0), (Pixel{51, 102, 153, 255}));
-        EXPECT_TRUE(log.lines().empty());
+    });
+    EXPECT_TRUE(log.lines().empty());
+}
 
+// The node past the limit draws black and says so once.
+TEST_F(DeepChains, AreRefusedPastTheLimitWithOneLine)
+{
+    runOnStackOf(smallStack, [&] {
         auto beyond = chainOfInverts(colour, LMGraphDepth::maximumDepth + 1);
         for (int frame = 0; frame < 2; ++frame) {
             std::dynamic_pointer_cast<LMDrawableCaching>(beyond)->updateNeedsRedraw();
             EXPECT_EQ(pixelAt(beyond->drawWithContext(context), 0, 0), black) << "1,000 inverts of black";
         }
-        ASSERT_EQ(log.lines().size(), 1u);
-        EXPECT_TRUE(log.lines()[0].starts_with("LMFilter: The graph is more than 1000 nodes deep at <LMFilterInvert"))
-            << log.lines()[0];
+    });
+    ASSERT_EQ(log.lines().size(), 1u);
+    EXPECT_TRUE(log.lines()[0].starts_with("LMFilter: The graph is more than 1000 nodes deep at <LMFilterInvert"))
+        << log.lines()[0];
+}
 
+TEST_F(DeepChains, FarLongerThanAnyStackAreReleasedWithoutRecursion)
+{
+    runOnStackOf(smallStack, [&] {
         auto passthroughs = LMPassthrough::passthroughWithInput(chainOfInverts(colour, 20000));
         for (int i = 0; i < 20000; ++i)
             passthroughs = LMPassthrough::passthroughWithInput(passthroughs);

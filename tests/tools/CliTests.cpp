@@ -3,18 +3,17 @@
 // done here on the CPU.
 
 #include "DemoSheet.h"
+#include "support/PixelsInOut.h"
 
 #include <lumetra/lumetra.h>
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <sstream>
 #include <sys/wait.h>
 
@@ -22,46 +21,30 @@ namespace fs = std::filesystem;
 
 namespace {
 
-using RGB = std::array<double, 3>;
-using Picture = std::function<RGB(int, int)>;
-
 constexpr int width = 64, height = 48;
 
-const Picture sourcePixel = [](int x, int y) { return RGB{(x * 4 % 256) / 255.0, (y * 5 % 256) / 255.0, 128 / 255.0}; };
-const Picture otherPixel = [](int x, int y) {
-    return RGB{((x + y) % 2) * 200 / 255.0, 100 / 255.0, (x * 3 % 256) / 255.0};
-};
-
-// `f` of each channel of the pictures `a` and `b` at a pixel.
-Picture perChannel(double (*f)(double, double), Picture a = sourcePixel, Picture b = otherPixel)
-{
-    return [=](int x, int y) {
-        const RGB p = a(x, y), q = b(x, y);
-        return RGB{f(p[0], q[0]), f(p[1], q[1]), f(p[2], q[2])};
-    };
-}
-
-const auto inverted = [](double c, double) { return 1 - c; };
+const Pixels source = pixelsOf(width, height, [](int x, int y) {
+    return Pixel{uint8_t(x * 4 % 256), uint8_t(y * 5 % 256), 128, 255};
+});
+const Pixels other = pixelsOf(width, height, [](int x, int y) {
+    return Pixel{uint8_t((x + y) % 2 * 200), 100, uint8_t(x * 3 % 256), 255};
+});
+const Pixels inverted = perChannel(source, [](double c) { return 1 - c; });
 
 class CliTest : public ::testing::Test {
 protected:
     void SetUp() override
     {
         fs::remove_all(dir_), fs::create_directories(dir_);
-        writePicture("in.png", sourcePixel), writePicture("other.png", otherPixel);
+        writePicture("in.png", source), writePicture("other.png", other);
     }
     void TearDown() override { fs::remove_all(dir_); }
 
     std::string path(const std::string& name) const { return (dir_ / name).string(); }
 
-    void writePicture(const std::string& name, const Picture& picture) const
+    void writePicture(const std::string& name, const Pixels& picture) const
     {
-        auto bitmap = newBIR(width, height);
-        for (int y = 0; y < height; ++y)
-            for (int x = 0; x < width; ++x)
-                for (int c = 0; c < 4; ++c)
-                    bitmap->rowAt(y)[x * 4 + c] = uint8_t(c < 3 ? std::lround(picture(x, y)[size_t(c)] * 255) : 255);
-        ASSERT_TRUE(LMPicture::pictureWithBitmap(bitmap)->writePNGToFile(path(name)));
+        ASSERT_TRUE(LMPicture::pictureWithBitmap(bitmapOf(picture))->writePNGToFile(path(name)));
     }
 
     // Runs the tool in the test's folder with no X server, arguments as
@@ -88,19 +71,12 @@ protected:
         return picture ? picture->bitmap() : nullptr;
     }
 
-    // Every pixel of the output against the expectation, within `tolerance` of 255.
-    void expectPixels(const std::string& name, const Picture& expected, int tolerance) const
+    // Every pixel of the output against the expectation, within `levels` of 255.
+    void expectPixels(const std::string& name, const Pixels& expected, int levels = 1) const
     {
         auto bitmap = readPicture(name);
-        ASSERT_TRUE(bitmap && bitmap->pixelsWide() == width && bitmap->pixelsHigh() == height) << name;
-        for (int y = 0; y < height; ++y)
-            for (int x = 0; x < width; ++x)
-                for (int c = 0; c < 3; ++c) {
-                    const double wanted = std::clamp(expected(x, y)[size_t(c)], 0.0, 1.0) * 255;
-                    if (std::abs(bitmap->rowAt(y)[x * 4 + c] - wanted) > tolerance)
-                        return ADD_FAILURE() << name << " at " << x << "," << y << " channel " << c << ": "
-                                             << int(bitmap->rowAt(y)[x * 4 + c]) << " instead of " << wanted;
-                }
+        ASSERT_TRUE(bitmap) << name;
+        EXPECT_TRUE(samePixels(pixelsOf(*bitmap), expected, levels)) << name;
     }
 
     const fs::path dir_ = fs::path(testing::TempDir()) /
@@ -114,26 +90,25 @@ TEST_F(CliTest, ChainsGiveTheFiltersArithmeticInPNGAndJPEG)
            "lm_amount); }";
     struct Case {
         std::string chain;
-        Picture expected;
-        int tolerance = 1;
+        Pixels expected;
+        int levels = 1;
         std::string output = "out.png";
     };
     const Case cases[] = {
         // Invert alone is the output tests' chain.
-        {"invert -- fader control=0.5", perChannel([](double s, double) { return (1 - s) / 2; })},
-        {"max2 with=other.png", perChannel([](double s, double o) { return std::max(s, o); })},
+        {"invert -- fader control=0.5", perChannel(source, [](double s) { return (1 - s) / 2; })},
+        {"max2 with=other.png", perChannel(source, other, [](double s, double o) { return std::max(s, o); })},
         {"kernel file=tint.glsl inputs=input,overlay overlay=other.png controls=amount amount=0.25",
-         perChannel([](double s, double o) { return s * 0.75 + o * 0.25; })},
+         perChannel(source, other, [](double s, double o) { return s * 0.75 + o * 0.25; })},
+        // Centred 15 pixels from the top.
         {"circle radius=10 center=20,15",
-         [](int x, int y) {
-             const double v = std::hypot(x + 0.5 - 20, y + 0.5 - 15) <= 10;
-             return RGB{v, v, v};
-         }},
+         pixelsOf(width, height,
+                  [](int x, int y) { return std::hypot(x + 0.5 - 20, height - y - 0.5 - 15) <= 10 ? white : black; })},
         // Eight pixels right and five down, tiling over the edges.
         {"transform translate=8,5",
-         [](int x, int y) { return sourcePixel((x - 8 + width) % width, (y - 5 + height) % height); }},
+         pixelsOf(width, height, [](int x, int y) { return source.at((x - 8 + width) % width, (y + 5) % height); })},
         // JPEG is lossy: a smooth picture comes back within a few levels.
-        {"fader control=1", sourcePixel, 24, "out.jpg"},
+        {"fader control=1", source, 24, "out.jpg"},
     };
     for (const Case& test : cases) {
         SCOPED_TRACE(test.chain);
@@ -141,12 +116,15 @@ TEST_F(CliTest, ChainsGiveTheFiltersArithmeticInPNGAndJPEG)
         const auto [status, err] = run("in.png -o " + test.output + " -- " + test.chain);
         ASSERT_EQ(status, 0) << err;
         EXPECT_EQ(err, "");
-        expectPixels(test.output, test.expected, test.tolerance);
+        expectPixels(test.output, test.expected, test.levels);
     }
-    // A context of another size fits the picture to it.
+}
+
+TEST_F(CliTest, FitsThePictureToAContextOfAnotherSize)
+{
     ASSERT_EQ(run("in.png -o big.png --size 128x96 --fit stretch -- invert").first, 0);
-    auto big = readPicture("big.png");
-    EXPECT_TRUE(big && big->pixelsWide() == 128 && big->pixelsHigh() == 96);
+    // Twice the size each way, within two levels however it is sampled.
+    expectPixels("big.png", pixelsOf(128, 96, [](int x, int y) { return inverted.at(x / 2, y / 2); }), 2);
 }
 
 // Every class of bad input, and files and streams that never end or are far
@@ -199,16 +177,19 @@ TEST_F(CliTest, BadInputEndsWithOneMessageAndNoOutput)
     }
 }
 
-TEST_F(CliTest, AnOutputReplacesAFileKeepingItsModeAndNeverAnInput)
+TEST_F(CliTest, AnOutputReplacesAFileKeepingItsMode)
 {
     // Written through the library's replacing writer: an existing output keeps its mode.
     const fs::perms mode = fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read;
-    writePicture("out.png", otherPixel);
+    writePicture("out.png", other);
     fs::permissions(path("out.png"), mode);
     ASSERT_EQ(run("in.png -o out.png -- invert").first, 0);
-    expectPixels("out.png", perChannel(inverted), 1);
+    expectPixels("out.png", inverted);
     EXPECT_EQ(fs::status(path("out.png")).permissions(), mode);
+}
 
+TEST_F(CliTest, NeverWritesOverAnInput)
+{
     // -O naming the inputs' own folder, however it is spelled, or a folder
     // whose file of that name is a picture the chain reads, is refused before
     // anything is written.
@@ -223,19 +204,19 @@ TEST_F(CliTest, AnOutputReplacesAFileKeepingItsModeAndNeverAnInput)
         EXPECT_TRUE(contents("in.png") == original) << "in.png was overwritten";
     }
     EXPECT_EQ(run("in.png -O results -- max2 with=other.png").first, 2);
-    expectPixels("other.png", otherPixel, 0);
+    expectPixels("other.png", other, 0);
 }
 
 TEST_F(CliTest, BatchWritesEachInputAndSkipsOnlyTheBadOne)
 {
-    writePicture("second.png", otherPixel);
+    writePicture("second.png", other);
     std::ofstream(path("damaged.png")) << "\x89PNG\r\n\x1a\n garbage";
     const auto [status, err] = run("in.png damaged.png second.png -O results -- invert");
     EXPECT_EQ(status, 1);
     EXPECT_NE(err.find("damaged.png"), std::string::npos) << err;
     EXPECT_EQ(err.find('\r'), std::string::npos) << "not a terminal: no progress line";
-    expectPixels("results/in.png", perChannel(inverted), 1);
-    expectPixels("results/second.png", perChannel(inverted, otherPixel), 1);
+    expectPixels("results/in.png", inverted);
+    expectPixels("results/second.png", perChannel(other, [](double c) { return 1 - c; }));
     EXPECT_FALSE(fs::exists(path("results/damaged.png")));
 }
 

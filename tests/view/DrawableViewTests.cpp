@@ -1,4 +1,5 @@
 #include "support/LogCapture.h"
+#include "support/PixelsInOut.h"
 #include "view/WindowCapture.h"
 
 #include <lumetra/lumetra.h>
@@ -11,7 +12,7 @@
 
 namespace {
 
-constexpr uint32_t green = 0x00FF00;
+constexpr uint32_t greenShown = 0x00FF00;
 
 // A shown view whose window is larger than the images drawn into it.
 class DrawableView : public testing::Test {
@@ -20,9 +21,21 @@ protected:
     static void show(LMDrawableView& shown, LMRect frame) { shown.setFrame(frame), shown.setHidden(false); }
 
     uint32_t shownAt(int x, int y) { return WindowCapture::ofWindow(view->x11Window()).pixelAt(x, y); }
+    // Whether pixel (10, 10) shows full green with this red and blue, to half a level.
+    testing::AssertionResult showsRedAndBlue(double red, double blue)
+    {
+        const uint32_t shown = shownAt(10, 10);
+        if (std::abs((shown >> 16) - red * 255) <= 0.5 && (shown >> 8 & 0xFF) == 255u &&
+            std::abs((shown & 0xFF) - blue * 255) <= 0.5)
+            return testing::AssertionSuccess();
+        return testing::AssertionFailure() << std::hex << "shown: " << shown;
+    }
 
     std::shared_ptr<LMContext> context = LMContext::contextWithDimensions({64, 48});
     std::shared_ptr<LMDrawableView> view = LMDrawableView::viewWithContext(context);
+    // Red just under the end of the sRGB formula's linear part, blue in its curve.
+    std::shared_ptr<LMImage> linear = LMColor::colorWithRed(0.0031, 1.0, 0.4)->drawWithContext(context);
+    const double encodedRed = 0.0031 * 12.92, encodedBlue = std::pow(0.4, 0.4167) * 1.055 - 0.055;
 };
 
 } // namespace
@@ -34,70 +47,94 @@ TEST_F(DrawableView, ShowsTheImageOneTexelPerPixelFromTheLowerLeftAndKeepsTheRes
     view->setInput(LMColor::greenColor()->drawWithContext(context));
     // Every pixel of the picture unlike the others: (x, y) from the top is
     // x * 4 red and y * 5 green.
-    auto bitmap = newBIR(64, 48);
-    for (int n = 0; n < 64 * 48; ++n) {
-        uint8_t* pixel = bitmap->rowAt(n / 64) + n % 64 * 4;
-        pixel[0] = uint8_t(n % 64 * 4), pixel[1] = uint8_t(n / 64 * 5), pixel[2] = 9, pixel[3] = 255;
-    }
     context->setDimensions({64, 48});
-    auto image = LMPicture::pictureWithBitmap(bitmap)->lumetraImageWithContext(context, LMContentScaleModeStretch);
+    auto image = imageOf(context, pixelsOf(64, 48, [](int x, int y) {
+                             return Pixel{uint8_t(x * 4), uint8_t((47 - y) * 5), 9, 255};
+                         }));
     view->setInput(image);
 
     const WindowCapture shown = WindowCapture::ofWindow(view->x11Window());
     int wrong = 0;
     for (int y = 0; y < 120; ++y)
         for (int x = 0; x < 160; ++x)
-            wrong += shown.pixelAt(x, y) != (x < 64 && y < 48 ? uint32_t(x * 4 << 16 | (47 - y) * 5 << 8 | 9) : green);
+            wrong +=
+                shown.pixelAt(x, y) != (x < 64 && y < 48 ? uint32_t(x * 4 << 16 | (47 - y) * 5 << 8 | 9) : greenShown);
     EXPECT_EQ(wrong, 0) << "the picture in the lower-left 64 by 48 pixels, the earlier green elsewhere in 160 by 120";
     EXPECT_TRUE(log.lines().empty());
     EXPECT_TRUE(shown.writePNG(VIEW_SCREENSHOT_PATH)) << "a screenshot for a person to look at";
-
-    WindowCapture::clearWindow(view->x11Window());
-    ASSERT_EQ(shownAt(0, 0), 0u);
-    view->setInput(image);
-    EXPECT_EQ(shownAt(63, 47), uint32_t(252 << 16 | 9)) << "setting the same image draws it again";
 }
 
-TEST_F(DrawableView, EncodesToSRGBWhenAskedAndSettingAContextAgainRedoesTheWholeGLSetUp)
+TEST_F(DrawableView, DrawsTheSameImageAgainWhenItIsSetAgain)
 {
-    auto other = LMContext::contextWithDimensions({64, 48});
-    LogCapture log;
-    // Also the first frame after the window grew, at the size the set-up
-    // already had: the GL context must see the window's new size.
-    // Red just under the end of the formula's linear part, blue in its curve.
-    auto image = LMColor::colorWithRed(0.0031, 1.0, 0.4)->drawWithContext(context);
-    const auto expectShown = [&](double red, double blue) {
-        const uint32_t shown = shownAt(10, 10);
-        EXPECT_TRUE(std::abs((shown >> 16) - red * 255) <= 0.5 && (shown >> 8 & 0xFF) == 255u &&
-                    std::abs((shown & 0xFF) - blue * 255) <= 0.5)
-            << std::hex << "shown: " << shown;
-    };
-    view->setInput(image);
-    expectShown(0.0031, 0.4);
-    view->setShouldConvertToSRGB(true);
-    view->setInput(image);
-    expectShown(0.0031 * 12.92, std::pow(0.4, 0.4167) * 1.055 - 0.055);
+    view->setInput(linear);
+    WindowCapture::clearWindow(view->x11Window());
+    ASSERT_EQ(shownAt(10, 10), 0u);
+    view->setInput(linear);
+    EXPECT_TRUE(showsRedAndBlue(0.0031, 0.4));
+}
 
-    // A new set-up, with the switch as it was. The image has the size the
-    // set-up uploads, so nothing is uploaded again: the new vertex array must
-    // point at the quad anyway.
-    const uint32_t encoded = shownAt(10, 10);
+// Also the first frame after the window grew, at the size the set-up
+// already had: the GL context must see the window's new size.
+TEST_F(DrawableView, EncodesToSRGBWhenAsked)
+{
+    view->setInput(linear);
+    EXPECT_TRUE(showsRedAndBlue(0.0031, 0.4));
+    view->setShouldConvertToSRGB(true);
+    view->setInput(linear);
+    EXPECT_TRUE(showsRedAndBlue(encodedRed, encodedBlue));
+}
+
+// A new set-up, with the switch as it was. The image has the size the set-up
+// uploads, so nothing is uploaded again: the new vertex array must point at
+// the quad anyway, and so must a rebuilt program.
+TEST_F(DrawableView, RedoesTheWholeGLSetUpWhenGivenAContextAgain)
+{
+    view->setShouldConvertToSRGB(true);
+    view->setInput(linear);
     auto firstGLContext = view->openGLContext();
     view->setContext(context);
     EXPECT_NE(view->openGLContext(), firstGLContext);
     WindowCapture::clearWindow(view->x11Window());
-    view->setInput(image);
-    EXPECT_EQ(shownAt(10, 10), encoded);
+    view->setInput(linear);
+    EXPECT_TRUE(showsRedAndBlue(encodedRed, encodedBlue));
     view->setShouldConvertToSRGB(false);
-    view->setInput(image);
-    expectShown(0.0031, 0.4); // a rebuilt program reads the quad the first one was set up for
+    view->setInput(linear);
+    EXPECT_TRUE(showsRedAndBlue(0.0031, 0.4));
+}
 
+TEST_F(DrawableView, DrawsNoImageOfAnotherContext)
+{
+    auto other = LMContext::contextWithDimensions({64, 48});
+    view->setInput(linear);
+    LogCapture log;
     view->setContext(other);
-    view->setInput(image);
+    view->setInput(linear);
     EXPECT_EQ(log.lines(),
               (std::vector<std::string>{
                   "LMDrawableView: The input image is not an image of the view's context; not drawing it"}));
-    expectShown(0.0031, 0.4); // an image of another context is not drawn
+    EXPECT_TRUE(showsRedAndBlue(0.0031, 0.4));
+}
+
+// It draws nothing and logs nothing, and draws the next context's image once given it.
+TEST_F(DrawableView, WhoseContextWentDrawsNothingUntilGivenAnother)
+{
+    auto next = LMContext::contextWithDimensions({32, 24});
+    auto image = LMColor::redColor()->drawWithContext(context);
+    view->setInput(image);
+    ASSERT_EQ(shownAt(1, 1), 0xFF0000u);
+    LogCapture log;
+    context.reset();
+    WindowCapture::clearWindow(view->x11Window());
+    view->redraw();
+    view->setInput(image);
+    view->setShouldConvertToSRGB(true);
+    view->setFrame({0, 0, 40, 30});
+    EXPECT_EQ(shownAt(1, 1), 0x000000u);
+    view->setContext(next);
+    view->setInput(LMColor::greenColor()->drawWithContext(next));
+    EXPECT_EQ(shownAt(1, 1), 0x00FF00u);
+    view.reset();
+    EXPECT_TRUE(log.lines().empty());
 }
 
 TEST(DrawableViewWithoutContext, DoesNothingUntilItHasOneAndNeverFailsToResize)
