@@ -1,5 +1,6 @@
 #include "lumetra/context/LMContext.h"
 
+#include "lumetra/context/LMShader.h"
 #include "lumetra/platform/LMLog.h"
 
 #include <cstdint>
@@ -131,17 +132,10 @@ void LMContext::setupSharedObjects()
         if (glGetError() != GL_NO_ERROR)
             LMLog("LMContext: Error creating shared VBO");
 
-        sharedVertexShader_ = glCreateShader(GL_VERTEX_SHADER);
-        const char* source = sharedVertexShaderSource();
-        glShaderSource(sharedVertexShader_, 1, &source, nullptr);
-        glCompileShader(sharedVertexShader_);
-        GLint status = GL_FALSE;
-        glGetShaderiv(sharedVertexShader_, GL_COMPILE_STATUS, &status);
-        if (status != GL_TRUE) {
-            char infoLog[512] = {};
-            glGetShaderInfoLog(sharedVertexShader_, sizeof(infoLog), nullptr, infoLog);
-            LMLog("LMContext: Shared Vertex Shader failed to compile: %s", infoLog);
-        }
+        const LMShaderBuild vertexShader = LMCompileShader(GL_VERTEX_SHADER, sharedVertexShaderSource());
+        sharedVertexShader_ = vertexShader.object;
+        if (!vertexShader.succeeded)
+            LMLog("LMContext: Shared Vertex Shader failed to compile: %s", vertexShader.log.c_str());
 
         // Recorded in the shared VAO, still bound, against the shared VBO,
         // still bound to GL_ARRAY_BUFFER.
