@@ -1,5 +1,6 @@
 #include "lumetra/context/LMProgram.h"
 
+#include "lumetra/context/LMOpenGL.h"
 #include "lumetra/context/LMShader.h"
 #include "lumetra/platform/LMLog.h"
 
@@ -10,14 +11,12 @@ LMProgram::LMProgram(const std::string& name, GLuint vertexShader, const char* f
     const LMShaderBuild fragmentShader = LMCompileShader(GL_FRAGMENT_SHADER, fragmentShaderSource);
     if (!fragmentShader.succeeded)
         LMLog("LMFilter: Fragment Shader for %s failed to compile: %s", name.c_str(), fragmentShader.log.c_str());
-    if (glGetError() != GL_NO_ERROR)
-        LMLog("LMFilter: Error compiling shaders");
+    LMOpenGL::logErrors("LMFilter: Error compiling shaders");
 
     const LMShaderBuild program = LMLinkProgram(vertexShader, fragmentShader.object, "lm_output");
     number_ = program.object;
     linked_ = program.succeeded;
-    if (glGetError() != GL_NO_ERROR)
-        LMLog("LMFilter: Error creating shader program");
+    LMOpenGL::logErrors("LMFilter: Error creating shader program");
     // A shader that compiled can still fail to link (no main, say); a failed
     // compile has said why already.
     if (!linked_ && fragmentShader.succeeded)

@@ -237,20 +237,17 @@ void LMDrawableView::setupOpenGL()
     glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
     glDisable(GL_STENCIL_TEST);
     glDisable(GL_DEPTH_TEST);
-    if (glGetError() != GL_NO_ERROR)
-        LMLog("LMDrawableView: Error configuring options");
+    LMOpenGL::logErrors("LMDrawableView: Error configuring options");
 
     vao_ = std::make_shared<LMVertexArray>();
     gl_->bindVertexArray(vao_);
-    if (glGetError() != GL_NO_ERROR)
-        LMLog("LMDrawableView: Error creating VAO");
+    LMOpenGL::logErrors("LMDrawableView: Error creating VAO");
 
     vbo_ = std::make_shared<LMVertexBuffer>();
     // The new buffer holds no quad yet, whatever size an earlier set-up left.
     currentSize_ = {0, 0};
     updateSize(context->dimensions());
-    if (glGetError() != GL_NO_ERROR)
-        LMLog("LMDrawableView: Error updating DrawableView context size");
+    LMOpenGL::logErrors("LMDrawableView: Error updating DrawableView context size");
 
     setupProgram();
 
@@ -265,8 +262,7 @@ void LMDrawableView::setupOpenGL()
     glEnableVertexAttribArray(static_cast<GLuint>(texCoord));
     glVertexAttribPointer(static_cast<GLuint>(texCoord), 2, GL_FLOAT, GL_TRUE, stride,
                           reinterpret_cast<const void*>(2 * sizeof(float)));
-    if (glGetError() != GL_NO_ERROR)
-        LMLog("LMDrawableView: Error linking vertex attrib array");
+    LMOpenGL::logErrors("LMDrawableView: Error linking vertex attrib array");
 }
 
 void LMDrawableView::teardownOpenGL()
@@ -305,8 +301,7 @@ void LMDrawableView::setupProgram()
         LMCompileShader(GL_FRAGMENT_SHADER, fragmentShaderSource(shouldConvertToSRGB_).c_str());
     if (!fragmentShader.succeeded)
         LMLog("LMDrawableView: Fragment Shader failed to compile: %s", fragmentShader.log.c_str());
-    if (glGetError() != GL_NO_ERROR)
-        LMLog("LMDrawableView: Error compiling shaders");
+    LMOpenGL::logErrors("LMDrawableView: Error compiling shaders");
 
     if (programCreated_)
         glDeleteProgram(program_);
@@ -319,8 +314,7 @@ void LMDrawableView::setupProgram()
     // Attached shaders live on with the program and go with it.
     glDeleteShader(vertexShader.object);
     glDeleteShader(fragmentShader.object);
-    if (glGetError() != GL_NO_ERROR)
-        LMLog("LMDrawableView: Error creating shader program");
+    LMOpenGL::logErrors("LMDrawableView: Error creating shader program");
     programCreated_ = true;
 }
 
