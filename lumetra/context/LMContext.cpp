@@ -1,5 +1,6 @@
 #include "lumetra/context/LMContext.h"
 
+#include "lumetra/context/LMShader.h"
 #include "lumetra/platform/LMLog.h"
 
 #include <cstdint>
@@ -90,7 +91,7 @@ void LMContext::openGLSetup()
         if (openGLContext_)
             openGLContext_->makeCurrentContext();
 
-        if (!openGLContext_ || glGetError() != GL_NO_ERROR)
+        if (!openGLContext_ || LMOpenGL::takeErrors() != GL_NO_ERROR)
             LMLog("Error creating the OpenGL context.");
         // Without a GL context there is nothing to configure or report.
         if (!openGLContext_)
@@ -100,13 +101,11 @@ void LMContext::openGLSetup()
         glDisable(GL_BLEND);
         glDisable(GL_STENCIL_TEST);
         glDisable(GL_DEPTH_TEST);
-        if (glGetError() != GL_NO_ERROR)
-            LMLog("Error configuring options for the OpenGL context");
+        LMOpenGL::logErrors("Error configuring options for the OpenGL context");
 
         gl_->setViewport({0, 0, static_cast<double>(LMFloorToGLint(dimensions_.width)),
                           static_cast<double>(LMFloorToGLint(dimensions_.height))});
-        if (glGetError() != GL_NO_ERROR)
-            LMLog("Error setting the viewport for the OpenGL context");
+        LMOpenGL::logErrors("Error setting the viewport for the OpenGL context");
 
         glGetIntegerv(GL_MAX_TEXTURE_SIZE, &maxTextureSize_);
         LMLog("LMContext: Maximum texture size: %i", maxTextureSize_);
@@ -123,25 +122,16 @@ void LMContext::setupSharedObjects()
     executeOpenGL([this] {
         sharedVAO_ = std::make_shared<LMVertexArray>();
         gl_->bindVertexArray(sharedVAO_);
-        if (glGetError() != GL_NO_ERROR)
-            LMLog("LMContext: Error creating shared VAO");
+        LMOpenGL::logErrors("LMContext: Error creating shared VAO");
 
         sharedVBO_ = std::make_shared<LMVertexBuffer>();
         updateSharedVBOSize();
-        if (glGetError() != GL_NO_ERROR)
-            LMLog("LMContext: Error creating shared VBO");
+        LMOpenGL::logErrors("LMContext: Error creating shared VBO");
 
-        sharedVertexShader_ = glCreateShader(GL_VERTEX_SHADER);
-        const char* source = sharedVertexShaderSource();
-        glShaderSource(sharedVertexShader_, 1, &source, nullptr);
-        glCompileShader(sharedVertexShader_);
-        GLint status = GL_FALSE;
-        glGetShaderiv(sharedVertexShader_, GL_COMPILE_STATUS, &status);
-        if (status != GL_TRUE) {
-            char infoLog[512] = {};
-            glGetShaderInfoLog(sharedVertexShader_, sizeof(infoLog), nullptr, infoLog);
-            LMLog("LMContext: Shared Vertex Shader failed to compile: %s", infoLog);
-        }
+        const LMShaderBuild vertexShader = LMCompileShader(GL_VERTEX_SHADER, sharedVertexShaderSource());
+        sharedVertexShader_ = vertexShader.object;
+        if (!vertexShader.succeeded)
+            LMLog("LMContext: Shared Vertex Shader failed to compile: %s", vertexShader.log.c_str());
 
         // Recorded in the shared VAO, still bound, against the shared VBO,
         // still bound to GL_ARRAY_BUFFER.

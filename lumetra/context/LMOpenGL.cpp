@@ -1,5 +1,7 @@
 #include "lumetra/context/LMOpenGL.h"
 
+#include "lumetra/platform/LMLog.h"
+
 #include <algorithm>
 
 void LMOpenGL::bindVertexArray(const std::shared_ptr<LMVertexArray>& array)
@@ -122,4 +124,10 @@ GLenum LMOpenGL::takeErrors()
             first = error;
     }
     return first;
+}
+
+void LMOpenGL::logErrors(const char* line)
+{
+    if (takeErrors() != GL_NO_ERROR)
+        LMLog("%s", line);
 }

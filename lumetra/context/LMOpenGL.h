@@ -77,6 +77,9 @@ public:
     // The first GL error pending, after reading out all of them, so that the
     // next check sees only its own. GL_NO_ERROR when none.
     static GLenum takeErrors();
+    // takeErrors, logging `line` when there was an error: the check after a
+    // step of set-up.
+    static void logErrors(const char* line);
 
     std::shared_ptr<LMVertexArray> boundVAO() const { return boundVAO_.lock(); }
     void setBoundVAO(const std::shared_ptr<LMVertexArray>& array) { boundVAO_ = array; }

@@ -1,45 +1,26 @@
 #include "lumetra/context/LMProgram.h"
 
-#include "lumetra/context/LMVertexAttribute.h"
+#include "lumetra/context/LMOpenGL.h"
+#include "lumetra/context/LMShader.h"
 #include "lumetra/platform/LMLog.h"
 
 #include <EGL/egl.h>
 
 LMProgram::LMProgram(const std::string& name, GLuint vertexShader, const char* fragmentShaderSource)
 {
-    const GLuint fragmentShader = glCreateShader(GL_FRAGMENT_SHADER);
-    const char* source = fragmentShaderSource ? fragmentShaderSource : "";
-    glShaderSource(fragmentShader, 1, &source, nullptr);
-    glCompileShader(fragmentShader);
-    GLint status = GL_FALSE;
-    glGetShaderiv(fragmentShader, GL_COMPILE_STATUS, &status);
-    if (status != GL_TRUE) {
-        char infoLog[512] = {};
-        glGetShaderInfoLog(fragmentShader, sizeof(infoLog), nullptr, infoLog);
-        LMLog("LMFilter: Fragment Shader for %s failed to compile: %s", name.c_str(), infoLog);
-    }
-    if (glGetError() != GL_NO_ERROR)
-        LMLog("LMFilter: Error compiling shaders");
+    const LMShaderBuild fragmentShader = LMCompileShader(GL_FRAGMENT_SHADER, fragmentShaderSource);
+    if (!fragmentShader.succeeded)
+        LMLog("LMFilter: Fragment Shader for %s failed to compile: %s", name.c_str(), fragmentShader.log.c_str());
+    LMOpenGL::logErrors("LMFilter: Error compiling shaders");
 
-    number_ = glCreateProgram();
-    glAttachShader(number_, vertexShader);
-    glAttachShader(number_, fragmentShader);
-    glBindFragDataLocation(number_, 0, "lm_output");
-    glBindAttribLocation(number_, LM_ATTRIBUTE_INDEX_POSITION, "in_Position");
-    glBindAttribLocation(number_, LM_ATTRIBUTE_INDEX_TEXTURE_COORDS, "in_TexCoord");
-    glLinkProgram(number_);
-    if (glGetError() != GL_NO_ERROR)
-        LMLog("LMFilter: Error creating shader program");
-    GLint linked = GL_FALSE;
-    glGetProgramiv(number_, GL_LINK_STATUS, &linked);
-    linked_ = linked == GL_TRUE;
+    const LMShaderBuild program = LMLinkProgram(vertexShader, fragmentShader.object, "lm_output");
+    number_ = program.object;
+    linked_ = program.succeeded;
+    LMOpenGL::logErrors("LMFilter: Error creating shader program");
     // A shader that compiled can still fail to link (no main, say); a failed
     // compile has said why already.
-    if (!linked_ && status == GL_TRUE) {
-        char infoLog[512] = {};
-        glGetProgramInfoLog(number_, sizeof(infoLog), nullptr, infoLog);
-        LMLog("LMFilter: Shader program for %s failed to link: %s", name.c_str(), infoLog);
-    }
+    if (!linked_ && fragmentShader.succeeded)
+        LMLog("LMFilter: Shader program for %s failed to link: %s", name.c_str(), program.log.c_str());
 }
 
 void LMProgram::useProgram()

@@ -14,6 +14,9 @@ class LMContext;
 // shared quad's attribute indices and "lm_output" to colour number 0 before
 // linking. Failures are logged, and the program object exists all the same.
 // Uniform locations are asked of GL once per name, missing ones included.
+//
+// Threads: not locked; made, used and asked for locations only where its
+// context's GL context is current, on the context's GL queue.
 class LMProgram {
 public:
     // Compiles and links with the owning GL context current.

@@ -84,7 +84,7 @@ std::shared_ptr<LMPooledObject> LMRenderTargetPool::createObjectWithId(uint64_t 
     glTexParameterf(GL_TEXTURE_RECTANGLE, GL_TEXTURE_WRAP_T, static_cast<GLfloat>(GL_CLAMP_TO_EDGE));
     glTexImage2D(GL_TEXTURE_RECTANGLE, 0, GL_RGB16, width, height, 0, GL_RGB, GL_UNSIGNED_BYTE, nullptr);
 
-    if (const GLenum error = glGetError(); error != GL_NO_ERROR) {
+    if (const GLenum error = LMOpenGL::takeErrors(); error != GL_NO_ERROR) {
         LMLog("LMRenderTargetPool: Error %i creating a %ix%i texture", static_cast<int>(error), width, height);
         glDeleteTextures(1, &texture);
         return nullptr;

@@ -1,13 +1,17 @@
 #pragma once
 
-#include "lumetra/graph/LMUniform.h"
+#include "lumetra/graph/LMFloatUniform.h"
 
 // A mat3 uniform, uploaded from nine numbers in column-major order: entries
 // 0 to 2 are the first column. Fewer than nine give the zero matrix.
-class LMMatrix3 : public LMUniform {
+//
+// Threads: as LMUniform.
+class LMMatrix3 : public LMFloatUniform {
 public:
-    static std::shared_ptr<LMMatrix3> matrixWithName(std::string name);
+    LMMatrix3() : LMFloatUniform(Type::mat3) {}
 
-    std::string uniformString() const override;
-    void bindToLocation(GLint location, const LMValue& value, const std::shared_ptr<LMContext>& context) override;
+    static std::shared_ptr<LMMatrix3> matrixWithName(std::string name)
+    {
+        return uniformWithName<LMMatrix3>(std::move(name));
+    }
 };

@@ -18,6 +18,10 @@ std::string uniformName(const std::string& name);
 // GLSL name without its prefix. It declares itself for the shader assembly
 // and uploads a value to a location of the program in use. The base class
 // declares nothing and uploads nothing.
+//
+// Threads: not locked; the filter that lists it uses it from the thread that
+// drives its graph, and the upload runs on the context's GL queue. The
+// once-only report of a wrong kind is an atomic flag.
 class LMUniform {
 public:
     LMUniform() = default;

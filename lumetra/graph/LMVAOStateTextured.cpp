@@ -2,7 +2,6 @@
 
 #include "lumetra/context/LMProgram.h"
 #include "lumetra/graph/LMScalerStretch.h"
-#include "lumetra/platform/LMLog.h"
 
 LMVAOStateTextured::LMVAOStateTextured() : scaler_(std::make_shared<LMScalerStretch>())
 {}
@@ -40,13 +39,11 @@ bool LMVAOStateTextured::update(LMOpenGL& gl)
 
     ourVAO_ = std::make_shared<LMVertexArray>();
     gl.bindVertexArray(ourVAO_);
-    if (glGetError() != GL_NO_ERROR)
-        LMLog("LMVAOStateTextured: Error creating VAO");
+    LMOpenGL::logErrors("LMVAOStateTextured: Error creating VAO");
 
     ourVBO_ = std::make_shared<LMVertexBuffer>();
     updateVBOSize(gl);
-    if (glGetError() != GL_NO_ERROR)
-        LMLog("LMVAOStateTextured: Error creating VBO");
+    LMOpenGL::logErrors("LMVAOStateTextured: Error creating VBO");
 
     needsVAOUpdate_ = false;
     hasExistingVAO_ = true;

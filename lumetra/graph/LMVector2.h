@@ -1,12 +1,16 @@
 #pragma once
 
-#include "lumetra/graph/LMUniform.h"
+#include "lumetra/graph/LMFloatUniform.h"
 
 // A vec2 uniform, uploaded from the first 2 numbers of a list.
-class LMVector2 : public LMUniform {
+//
+// Threads: as LMUniform.
+class LMVector2 : public LMFloatUniform {
 public:
-    static std::shared_ptr<LMVector2> vectorWithName(std::string name);
+    LMVector2() : LMFloatUniform(Type::vec2) {}
 
-    std::string uniformString() const override;
-    void bindToLocation(GLint location, const LMValue& value, const std::shared_ptr<LMContext>& context) override;
+    static std::shared_ptr<LMVector2> vectorWithName(std::string name)
+    {
+        return uniformWithName<LMVector2>(std::move(name));
+    }
 };

@@ -1,12 +1,16 @@
 #pragma once
 
-#include "lumetra/graph/LMUniform.h"
+#include "lumetra/graph/LMFloatUniform.h"
 
 // A vec3 uniform, uploaded from the first 3 numbers of a list.
-class LMVector3 : public LMUniform {
+//
+// Threads: as LMUniform.
+class LMVector3 : public LMFloatUniform {
 public:
-    static std::shared_ptr<LMVector3> vectorWithName(std::string name);
+    LMVector3() : LMFloatUniform(Type::vec3) {}
 
-    std::string uniformString() const override;
-    void bindToLocation(GLint location, const LMValue& value, const std::shared_ptr<LMContext>& context) override;
+    static std::shared_ptr<LMVector3> vectorWithName(std::string name)
+    {
+        return uniformWithName<LMVector3>(std::move(name));
+    }
 };

@@ -1,12 +1,16 @@
 #pragma once
 
-#include "lumetra/graph/LMUniform.h"
+#include "lumetra/graph/LMFloatUniform.h"
 
 // A vec4 uniform, uploaded from the first 4 numbers of a list.
-class LMVector4 : public LMUniform {
+//
+// Threads: as LMUniform.
+class LMVector4 : public LMFloatUniform {
 public:
-    static std::shared_ptr<LMVector4> vectorWithName(std::string name);
+    LMVector4() : LMFloatUniform(Type::vec4) {}
 
-    std::string uniformString() const override;
-    void bindToLocation(GLint location, const LMValue& value, const std::shared_ptr<LMContext>& context) override;
+    static std::shared_ptr<LMVector4> vectorWithName(std::string name)
+    {
+        return uniformWithName<LMVector4>(std::move(name));
+    }
 };

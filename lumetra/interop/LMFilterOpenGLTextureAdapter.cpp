@@ -144,7 +144,7 @@ std::shared_ptr<LMImage> LMFilterOpenGLTextureAdapter::applyProgramWithContext(
         glBindTexture(textureTarget_, 0);
         LMOpenGL::takeErrors();
         glBindTexture(textureTarget_, texture_);
-        bound = texture_ != 0 && glGetError() == GL_NO_ERROR;
+        bound = texture_ != 0 && LMOpenGL::takeErrors() == GL_NO_ERROR;
         if (!bound)
             return;
         glUniform1i(program->uniformLocation("lm_input"), 0);

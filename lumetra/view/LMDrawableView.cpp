@@ -1,6 +1,6 @@
 #include "lumetra/view/LMDrawableView.h"
 
-#include "lumetra/context/LMVertexAttribute.h"
+#include "lumetra/context/LMShader.h"
 #include "lumetra/platform/LMLog.h"
 #include "lumetra/view/LMX11Connection.h"
 
@@ -36,21 +36,6 @@ const std::vector<uint32_t>& viewPixelFormatAttributes()
         LMOpenGLPFAAccelerated, LMOpenGLPFANoRecovery, LMOpenGLPFAOpenGLProfile, LMOpenGLProfileVersion3_2Core, 0,
     };
     return attributes;
-}
-
-GLuint compileShader(GLenum type, const char* source, const char* failureFormat)
-{
-    GLuint shader = glCreateShader(type);
-    glShaderSource(shader, 1, &source, nullptr);
-    glCompileShader(shader);
-    GLint status = GL_FALSE;
-    glGetShaderiv(shader, GL_COMPILE_STATUS, &status);
-    if (status != GL_TRUE) {
-        char infoLog[512] = {};
-        glGetShaderInfoLog(shader, sizeof(infoLog), nullptr, infoLog);
-        LMLog(failureFormat, infoLog);
-    }
-    return shader;
 }
 
 // Null without an X server and once the connection broke: a broken
@@ -252,20 +237,17 @@ void LMDrawableView::setupOpenGL()
     glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
     glDisable(GL_STENCIL_TEST);
     glDisable(GL_DEPTH_TEST);
-    if (glGetError() != GL_NO_ERROR)
-        LMLog("LMDrawableView: Error configuring options");
+    LMOpenGL::logErrors("LMDrawableView: Error configuring options");
 
     vao_ = std::make_shared<LMVertexArray>();
     gl_->bindVertexArray(vao_);
-    if (glGetError() != GL_NO_ERROR)
-        LMLog("LMDrawableView: Error creating VAO");
+    LMOpenGL::logErrors("LMDrawableView: Error creating VAO");
 
     vbo_ = std::make_shared<LMVertexBuffer>();
     // The new buffer holds no quad yet, whatever size an earlier set-up left.
     currentSize_ = {0, 0};
     updateSize(context->dimensions());
-    if (glGetError() != GL_NO_ERROR)
-        LMLog("LMDrawableView: Error updating DrawableView context size");
+    LMOpenGL::logErrors("LMDrawableView: Error updating DrawableView context size");
 
     setupProgram();
 
@@ -280,8 +262,7 @@ void LMDrawableView::setupOpenGL()
     glEnableVertexAttribArray(static_cast<GLuint>(texCoord));
     glVertexAttribPointer(static_cast<GLuint>(texCoord), 2, GL_FLOAT, GL_TRUE, stride,
                           reinterpret_cast<const void*>(2 * sizeof(float)));
-    if (glGetError() != GL_NO_ERROR)
-        LMLog("LMDrawableView: Error linking vertex attrib array");
+    LMOpenGL::logErrors("LMDrawableView: Error linking vertex attrib array");
 }
 
 void LMDrawableView::teardownOpenGL()
@@ -313,31 +294,27 @@ void LMDrawableView::setupProgram()
     // context is current on this thread.
     if (!openGLContext_)
         return;
-    const GLuint vertexShader =
-        compileShader(GL_VERTEX_SHADER, vertexShaderSource(), "LMDrawableView: Vertex Shader failed to compile: %s");
-    const std::string fragmentSource = fragmentShaderSource(shouldConvertToSRGB_);
-    const GLuint fragmentShader = compileShader(GL_FRAGMENT_SHADER, fragmentSource.c_str(),
-                                                "LMDrawableView: Fragment Shader failed to compile: %s");
-    if (glGetError() != GL_NO_ERROR)
-        LMLog("LMDrawableView: Error compiling shaders");
+    const LMShaderBuild vertexShader = LMCompileShader(GL_VERTEX_SHADER, vertexShaderSource());
+    if (!vertexShader.succeeded)
+        LMLog("LMDrawableView: Vertex Shader failed to compile: %s", vertexShader.log.c_str());
+    const LMShaderBuild fragmentShader =
+        LMCompileShader(GL_FRAGMENT_SHADER, fragmentShaderSource(shouldConvertToSRGB_).c_str());
+    if (!fragmentShader.succeeded)
+        LMLog("LMDrawableView: Fragment Shader failed to compile: %s", fragmentShader.log.c_str());
+    LMOpenGL::logErrors("LMDrawableView: Error compiling shaders");
 
     if (programCreated_)
         glDeleteProgram(program_);
-    program_ = glCreateProgram();
-    glAttachShader(program_, vertexShader);
-    glAttachShader(program_, fragmentShader);
     // The vertex array was set up for the first program; every rebuilt one
-    // must read its attributes from the same places.
-    glBindAttribLocation(program_, LM_ATTRIBUTE_INDEX_POSITION, "in_Position");
-    glBindAttribLocation(program_, LM_ATTRIBUTE_INDEX_TEXTURE_COORDS, "in_TexCoord");
-    glBindFragDataLocation(program_, 0, "outColor");
-    glLinkProgram(program_);
+    // reads its attributes from the same places, the library's attribute
+    // indices, which the link binds. A link failure is not logged: the
+    // view's shaders are fixed, and a failed compile was logged above.
+    program_ = LMLinkProgram(vertexShader.object, fragmentShader.object, "outColor").object;
     glUseProgram(program_);
     // Attached shaders live on with the program and go with it.
-    glDeleteShader(vertexShader);
-    glDeleteShader(fragmentShader);
-    if (glGetError() != GL_NO_ERROR)
-        LMLog("LMDrawableView: Error creating shader program");
+    glDeleteShader(vertexShader.object);
+    glDeleteShader(fragmentShader.object);
+    LMOpenGL::logErrors("LMDrawableView: Error creating shader program");
     programCreated_ = true;
 }
 
