@@ -125,25 +125,6 @@ TEST_F(RenderTargets, AreReusedOnRequestByTheSizeOfTheirTexture)
     EXPECT_EQ(pool.objectsAllocated(), 2u);
 }
 
-// A 16-bit RGB rectangle sampled linearly and clamped; binding the target
-// sets the viewport to its size.
-TEST_F(RenderTargets, AreSixteenBitRectanglesSampledLinearlyAndClamped)
-{
-    auto target = context->requestRenderTargetWithDimensions({100.7, 50.2});
-    context->bindToRenderTarget(target);
-    std::vector<GLint> state(4);
-    context->executeOpenGLNoContextSwitch([&] {
-        glGetIntegerv(GL_VIEWPORT, state.data());
-        glBindTexture(GL_TEXTURE_RECTANGLE, target->texture());
-        for (GLenum level : {GL_TEXTURE_WIDTH, GL_TEXTURE_HEIGHT, GL_TEXTURE_INTERNAL_FORMAT})
-            glGetTexLevelParameteriv(GL_TEXTURE_RECTANGLE, 0, level, &state.emplace_back());
-        for (GLenum parameter : {GL_TEXTURE_MAG_FILTER, GL_TEXTURE_MIN_FILTER, GL_TEXTURE_WRAP_S, GL_TEXTURE_WRAP_T})
-            glGetTexParameteriv(GL_TEXTURE_RECTANGLE, parameter, &state.emplace_back());
-    });
-    EXPECT_EQ(state, (std::vector<GLint>{0, 0, 100, 50, 100, 50, GL_RGB16, GL_LINEAR, GL_LINEAR, GL_CLAMP_TO_EDGE,
-                                         GL_CLAMP_TO_EDGE}));
-}
-
 // A filter whose output size changes every frame: what was released is
 // deleted, the least recently released first, once the unused targets weigh
 // more than the budget, while recent sizes stay for reuse. Deleted targets

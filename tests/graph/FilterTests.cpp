@@ -223,18 +223,6 @@ TEST_F(Filters, ClearTheirRedrawMarkOnlyByDrawing)
     EXPECT_FALSE(top->updateNeedsRedraw());
 }
 
-// The setters of the filter's inputs, controls and other uniforms are
-// watched; the proxy describes itself, then its filter.
-TEST_F(Filters, HandlesWatchTheSettersOfInputsControlsAndUniforms)
-{
-    auto filter = TwoInputs::filter();
-    EXPECT_EQ(filter.proxy()->watchedMethods(),
-              (std::vector<std::string>{"setInputA:", "setInputB:", "setControl:", "setOffset:"}));
-    const std::string description = filter.proxy()->description();
-    EXPECT_TRUE(description.starts_with("<LMFilterProxy: 0x")) << description;
-    EXPECT_TRUE(description.ends_with(" -> " + filter.get()->description())) << description;
-}
-
 // Each step starts from a drawn, settled filter.
 TEST_F(Filters, HandlesMarkTheFilterOnlyForWatchedSettersCalledThroughThem)
 {
@@ -334,12 +322,6 @@ TEST_F(Filters, LeakNoGLObjectsForTheirQuads)
     EXPECT_EQ(live(), before);
 }
 
-TEST(LMAffineTransform, AppliesNewOperationsToPointsFirst)
-{
-    EXPECT_EQ(LMAffineTransform{}.translateXBy(10, 0).scaleBy(2).transformPoint({1, 1}), (LMPoint{12, 2}));
-    EXPECT_EQ(LMAffineTransform{}.scaleBy(2).translateXBy(10, 0).transformPoint({1, 1}), (LMPoint{22, 2}));
-}
-
 TEST(LMAffineTransform, InvertsToTheMapBackOrForASingularOneToTheIdentity)
 {
     const LMAffineTransform mixed = LMAffineTransform{}.translateXBy(7, -3).rotateByDegrees(30).scaleXBy(2, 0.5);
@@ -378,15 +360,12 @@ TEST(LMScalers, GiveTheFullViewportAndTheIdentityForSizesTheyCannotUse)
 {
     const LMScalerFill fill;
     const LMScalerStretch stretch;
-    const LMRect full{-1, -1, 2, 2};
-    for (const LMSize bad : {LMSize{0, 100}, LMSize{100, 0}, LMSize{-5, 10}, LMSize{NAN, 10}, LMSize{INFINITY, 10}}) {
-        for (const LMScaler* scaler : {static_cast<const LMScaler*>(&fill), static_cast<const LMScaler*>(&stretch)}) {
-            EXPECT_EQ(scaler->vertexPositionRectForInputSize(bad, {100, 100}), full);
-            EXPECT_EQ(scaler->vertexPositionRectForInputSize({100, 100}, bad), full);
-            EXPECT_TRUE(scaler->transformForInputSize(bad, {100, 100}).isIdentity());
-            EXPECT_TRUE(scaler->transformForInputSize({100, 100}, bad).isIdentity());
-        }
-    }
+    for (const LMSize bad : {LMSize{0, 100}, LMSize{100, 0}, LMSize{-5, 10}, LMSize{NAN, 10}, LMSize{INFINITY, 10}})
+        for (const LMScaler* scaler : {static_cast<const LMScaler*>(&fill), static_cast<const LMScaler*>(&stretch)})
+            for (const auto& [input, output] : {std::pair{bad, LMSize{100, 100}}, std::pair{LMSize{100, 100}, bad}}) {
+                EXPECT_EQ(scaler->vertexPositionRectForInputSize(input, output), (LMRect{-1, -1, 2, 2}));
+                EXPECT_TRUE(scaler->transformForInputSize(input, output).isIdentity());
+            }
 }
 
 // Each upload is read back from GL, in a program whose declarations are the

@@ -22,8 +22,6 @@ namespace {
 const std::vector<double> badNumbers = {NAN, INFINITY, -INFINITY, -1.0, 0.0, 0.5, 1e300};
 const LMRGBA red{1, 0, 0, 1}, blue{0, 0, 1, 1}, black{0, 0, 0, 1}, white{1, 1, 1, 1}, cyan{0, 1, 1, 1};
 constexpr LMSize good{32, 24};
-// How many distinct bad inputs the sweep has tried.
-int inputsTried = 0;
 
 std::string text(double number)
 {
@@ -74,7 +72,6 @@ void expectStillDrawing(const std::shared_ptr<LMContext>& context, const std::st
 template <class Call>
 void sweep(const std::shared_ptr<LMContext>& context, const std::string& what, const std::string& logged, Call&& call)
 {
-    ++inputsTried;
     LogCapture log;
     call();
     const std::vector<std::string> lines = log.lines();
@@ -88,13 +85,6 @@ void sweep(const std::shared_ptr<LMContext>& context, const std::string& what, c
 struct BadInputs : testing::Test {
     std::shared_ptr<LMContext> context = LMContext::contextWithDimensions(good);
 };
-
-// Counts the inputs once every test has run.
-class SweepReport : public testing::Environment {
-public:
-    void TearDown() override { std::printf("The bad-input sweep tried %d inputs.\n", inputsTried); }
-};
-const auto* report = testing::AddGlobalTestEnvironment(new SweepReport);
 
 } // namespace
 
@@ -292,29 +282,11 @@ TEST_F(BadInputs, ProgramsWithoutSourceOrMainAreRefused)
           [&] { EXPECT_FALSE(context->createProgramWithName("NoMain", "#version 150\nvoid f() {}\n")->isLinked()); });
 }
 
-// The library binds what it needs for every draw, so a host block may leave
-// any binding behind, or throw. The viewport is cached: a block that moves it
-// says so by resetting the cache, as the state cache asks.
-TEST_F(BadInputs, HostBlocksThatThrowOrRebindLeaveDrawingWhole)
+// A host block may throw; the bindings it leaves are the host GL state suite's.
+TEST_F(BadInputs, HostBlocksThatThrowLeaveDrawingWhole)
 {
     sweep(context, "a block that throws", "", [&] {
         EXPECT_THROW(context->executeOpenGL([] { throw LMException("Robustness", "thrown on purpose"); }), LMException);
-    });
-    const GLuint texture = halvesPicture()->glTextureWithContext(context);
-    sweep(context, "a block that changes the bindings", "", [&] {
-        context->executeOpenGL([&] {
-            glBindFramebuffer(GL_FRAMEBUFFER, 0);
-            glUseProgram(0);
-            glBindVertexArray(0);
-            glActiveTexture(GL_TEXTURE0);
-            glBindTexture(GL_TEXTURE_RECTANGLE, 0);
-            glActiveTexture(GL_TEXTURE5);
-            glViewport(0, 0, 1, 1);
-            context->gl()->setCurrentViewport({});
-        });
-        // A texture is sampled from the unit its program reads, whatever unit was left active.
-        auto adapter = LMOpenGLTextureAdapter::adapterWithContext(context);
-        EXPECT_EQ(corner(adapter->convertTexture(texture, {2, 1}), true), blue);
     });
 }
 
@@ -450,7 +422,6 @@ TEST(GraphCycles, DrawBlackAndAreReportedOnce)
         };
         for (const auto& [cycle, root, reported] : cycles) {
             const std::string what = cycle + (caching ? ", caching" : "");
-            ++inputsTried;
             LogCapture log;
             for (int frame = 0; frame < 2; ++frame) {
                 if (caching)
