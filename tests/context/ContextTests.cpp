@@ -9,24 +9,18 @@
 
 #include <thread>
 
-// The set-up logs two lines; the shared objects, made once at the first
-// shared set-up, log nothing.
+// The set-up logs two lines, the renderer's and GL's own words in the
+// second; the shared objects, made once at the first shared set-up, log nothing.
 TEST(LMContext, LogsItsGLAtSetUp)
 {
     LogCapture capture;
     auto context = LMContext::contextWithDimensions({100.5, 40.7});
-    ASSERT_NE(context->openGLContext(), nullptr);
-    std::vector<std::string> expected;
-    context->executeOpenGL([&] {
-        auto glString = [](GLenum name) { return std::string(reinterpret_cast<const char*>(glGetString(name))); };
-        GLint largest = 0;
-        glGetIntegerv(GL_MAX_TEXTURE_SIZE, &largest);
-        expected = {"LMContext: Maximum texture size: " + std::to_string(largest),
-                    "Lumetra context created with Renderer: " + glString(GL_RENDERER) + ", OpenGL Version: " +
-                        glString(GL_VERSION) + ", GLSL Version: " + glString(GL_SHADING_LANGUAGE_VERSION)};
-    });
-    EXPECT_EQ("LMContext: Maximum texture size: " + std::to_string(context->maxTextureSize()), expected[0]);
-    EXPECT_EQ(capture.lines(), expected);
+    std::string renderer;
+    context->executeOpenGL([&] { renderer = reinterpret_cast<const char*>(glGetString(GL_RENDERER)); });
+    const auto lines = capture.lines();
+    ASSERT_EQ(lines.size(), 2u) << testing::PrintToString(lines);
+    EXPECT_EQ(lines[0], "LMContext: Maximum texture size: " + std::to_string(context->maxTextureSize()));
+    EXPECT_TRUE(lines[1].starts_with("Lumetra context created with Renderer: " + renderer + ", OpenGL Version: "));
     EXPECT_FALSE(LMEGLDisplay::setPreferredPlatform(LMEGLPlatform::Surfaceless))
         << "the display is chosen once, before the first context";
 }

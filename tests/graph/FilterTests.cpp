@@ -134,46 +134,39 @@ TEST_F(Filters, ReadAMissingControlAsZeroAndAMissingOrMisfitInputAsBlack)
     expectColor(filter->drawWithContext(context), {0, 0, 0.5, 1});
 }
 
-TEST_F(Filters, DrawAfreshEachTimeWhileCachingIsOff)
+// With caching on, a second draw hands back the first one's output, pulling
+// and leasing nothing, unless the filter was marked or the output's size changed.
+TEST_F(Filters, ReuseTheCachedOutputOnlyWhileItIsValid)
 {
-    auto filter = LMFilterInvert::filterWithInput(LMColor::redColor());
-    auto first = filter->drawWithContext(context);
-    EXPECT_NE(filter->drawWithContext(context), first);
-}
-
-TEST_F(Filters, ReuseTheCachedOutputPullingAndLeasingNothing)
-{
-    context->setCachingEnabled(true);
     auto source = LMPassthrough::passthroughWithInput(LMColor::colorWithRed(0.2, 0.4, 0.6));
     auto filter = LMFilterInvert::filterWithInput(source);
-    auto cached = filter->drawWithContext(context);
-    const size_t leased = context->renderTargetPool()->objectsUsed();
-    EXPECT_EQ(filter->drawWithContext(context), cached);
-    EXPECT_EQ(source->count(), 1u) << "a cached draw pulls nothing";
-    EXPECT_EQ(context->renderTargetPool()->objectsUsed(), leased) << "and leases nothing";
-}
-
-TEST_F(Filters, DrawAfreshOnceMarkedOrOnceTheContextIsResized)
-{
-    context->setCachingEnabled(true);
-    auto filter = LMFilterInvert::filterWithInput(LMColor::redColor());
-    auto cached = filter->drawWithContext(context);
-    filter->setNeedsRedraw(true);
-    EXPECT_NE(filter->drawWithContext(context), cached);
-    context->setDimensions({32, 24});
-    EXPECT_EQ(filter->drawWithContext(context)->dimensions(), (LMSize{32, 24}));
-}
-
-TEST_F(Filters, ReuseACustomSizedOutputAtItsSize)
-{
-    context->setCachingEnabled(true);
-    auto filter = LMFilterInvert::filterWithInput(LMColor::redColor());
-    filter->drawWithContext(context);
-    filter->setUsesCustomOutputSize(true);
-    filter->setCustomOutputSize({8, 6});
-    auto custom = filter->drawWithContext(context);
-    EXPECT_EQ(custom->dimensions(), (LMSize{8, 6}));
-    EXPECT_EQ(filter->drawWithContext(context), custom);
+    const std::tuple<const char*, bool, std::function<void()>, bool> steps[] = {
+        {"caching off", false, [] {}, false},
+        {"nothing changed", true, [] {}, true},
+        {"marked", true, [&] { filter->setNeedsRedraw(true); }, false},
+        {"the context resized", true,
+         [&] {
+             context->setDimensions({32, 24});
+         },
+         false},
+        {"a custom size", true,
+         [&] {
+             filter->setUsesCustomOutputSize(true), filter->setCustomOutputSize({8, 6});
+         },
+         false},
+        {"at the custom size again", true, [] {}, true},
+    };
+    for (const auto& [what, caching, step, reused] : steps) {
+        context->setCachingEnabled(caching);
+        auto before = filter->drawWithContext(context);
+        const size_t pulls = source->count(), leased = context->renderTargetPool()->objectsUsed();
+        step();
+        auto after = filter->drawWithContext(context);
+        EXPECT_EQ(after == before, reused) << what;
+        EXPECT_EQ(after->dimensions(), (filter->usesCustomOutputSize() ? LMSize{8, 6} : context->dimensions()));
+        EXPECT_TRUE(!reused || (source->count() == pulls && context->renderTargetPool()->objectsUsed() == leased))
+            << what << ": a cached draw pulls and leases nothing";
+    }
 }
 
 TEST_F(Filters, KeepACacheEntryProgramAndQuadForEachContext)

@@ -201,28 +201,9 @@ TEST_F(BadInputs, MonitorIntervalsThatAreNotPositiveAreRefused)
     }
 }
 
-// A circle's control and its list, each given a value of every other kind:
-// the one that reads it says so, and takes the control as absent and the list
-// as zeros. (A filter's inputs given wrong kinds are the filter suite's.)
-TEST_F(BadInputs, ValuesOfTheWrongKindAreReportedAndReadAsAbsent)
-{
-    const std::shared_ptr<LMDrawable> node = LMColor::redColor();
-    for (const auto& [key, reader, wanted, values] :
-         std::vector<std::tuple<std::string, std::string, std::string, std::vector<LMValue>>>{
-             {"radius", "LMFilterCircle", "a number; treating it as absent", {node, LMValue{1.0, 2.0}, "text"}},
-             {"centerVector", "LMVector2", "a list of 2 numbers; using zeros", {3.0, node, "text"}}})
-        for (const LMValue& value : values) {
-            const std::string kind = value.kindDescription(), what = "a circle's " + key + " given " + kind;
-            sweep(context, what, reader + ": The value of " + key + " is " + kind + ", not " + wanted, [&] {
-                auto circle = LMFilterCircle::filter();
-                circle->setValueForKey(value, key);
-                EXPECT_TRUE(corner(circle->drawWithContext(context))) << what;
-            });
-        }
-}
-
 // Each case is an input that gives no usable image of the context, or a
-// texture that is gone, never was, or is not of the target it is said to be:
+// texture that is gone, never was, or is not of the target it is said to be
+// (no input at all, and an image of another size, are the filter suite's):
 // it reads as black, so an inverter over it draws white and a maximum of it
 // and blue draws blue.
 TEST_F(BadInputs, MissingForeignAndUnboundInputsReadAsBlack)
@@ -241,12 +222,9 @@ TEST_F(BadInputs, MissingForeignAndUnboundInputsReadAsBlack)
     auto orphan = LMColor::redColor()->drawWithContext(LMContext::contextWithDimensions(good));
 
     const std::vector<std::tuple<std::string, std::shared_ptr<LMDrawable>, std::string>> cases = {
-        {"no input", nullptr, ""},
         {"a proxy without a filter", LMFilterProxy::proxyWithTarget(nullptr), ""},
-        {"a passthrough of nothing", LMPassthrough::passthrough(), ""},
         {"an accumulator without a context", LMImageAccumulator::accumulator(), ""},
         {"an adapter that converted nothing", LMOpenGLTextureAdapter::adapterWithContext(context), ""},
-        {"an image of another size", LMImage::imageWithContext(context, {good.width + 1, good.height}), "another size"},
         {"an image of another context", LMColor::redColor()->drawWithContext(other), "another context"},
         {"an image whose context has gone", orphan, "another context"},
         {"a deleted texture", adapting(deleted, GL_TEXTURE_RECTANGLE), "Cannot bind texture"},
