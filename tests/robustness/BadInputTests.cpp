@@ -4,6 +4,7 @@
 // and leave the context drawing correctly. Then contexts that go while
 // objects still refer to them, and graphs that are their own input.
 
+#include "support/GLObjects.h"
 #include "support/LogCapture.h"
 #include "support/ProcessStats.h"
 
@@ -53,9 +54,7 @@ std::optional<LMRGBA> corner(const std::shared_ptr<LMImage>& image, bool upperRi
 // target still holding an earlier result cannot pass for a new one.
 void expectStillDrawing(const std::shared_ptr<LMContext>& context, const std::string& after)
 {
-    GLenum pending = GL_NO_ERROR;
-    context->executeOpenGL([&] { pending = glGetError(); });
-    EXPECT_EQ(pending, static_cast<GLenum>(GL_NO_ERROR)) << "GL error left behind by " << after;
+    EXPECT_EQ(pendingGLError(*context), static_cast<GLenum>(GL_NO_ERROR)) << "GL error left behind by " << after;
     static int checks = 0;
     const LMRGBA colour = std::vector<LMRGBA>{red, LMRGBA::greenColor(), blue}[checks++ % 3];
     const LMRGBA inverse{1 - colour.red, 1 - colour.green, 1 - colour.blue, 1};

@@ -53,12 +53,6 @@ double unit(uint64_t stream, uint64_t n)
     return double((z ^ (z >> 31)) >> 11) * 0x1.0p-53;
 }
 
-// LUMETRA_SOAK_FRAMES from the environment, or `otherwise`.
-long framesAsked(long otherwise)
-{
-    return std::getenv("LUMETRA_SOAK_FRAMES") ? std::atol(std::getenv("LUMETRA_SOAK_FRAMES")) : otherwise;
-}
-
 // What the schedule asks for at one frame; a pure function of the frame.
 // `pattern` is the picture the host's texture holds; the passthrough's
 // source is colour A, the texture or the accumulator. The transform makes a
@@ -261,7 +255,8 @@ protected:
 TEST_F(Soak, EveryKindOfNodeKeepsItsResourcesAndOutputsSteadyOverThousandsOfFrames)
 {
     LogCapture log;
-    const long cycles = std::max(warmUpCycles + 2, (framesAsked(3072) + cycleFrames - 1) / cycleFrames);
+    const char* asked = std::getenv("LUMETRA_SOAK_FRAMES");
+    const long cycles = std::max(warmUpCycles + 2, ((asked ? std::atol(asked) : 3072) + cycleFrames - 1) / cycleFrames);
     const long frames = cycles * cycleFrames;
     std::vector<size_t> warmTargets(cycleFrames);
     long residentAfterWarmUp = 0, residentAtEnd = 0;
