@@ -140,19 +140,13 @@ TEST_F(Filters, ReuseTheCachedOutputOnlyWhileItIsValid)
 {
     auto source = LMPassthrough::passthroughWithInput(LMColor::colorWithRed(0.2, 0.4, 0.6));
     auto filter = LMFilterInvert::filterWithInput(source);
+    const LMSize smaller{32, 24}, custom{8, 6};
     const std::tuple<const char*, bool, std::function<void()>, bool> steps[] = {
         {"caching off", false, [] {}, false},
         {"nothing changed", true, [] {}, true},
         {"marked", true, [&] { filter->setNeedsRedraw(true); }, false},
-        {"the context resized", true,
-         [&] {
-             context->setDimensions({32, 24});
-         },
-         false},
-        {"a custom size", true,
-         [&] {
-             filter->setUsesCustomOutputSize(true), filter->setCustomOutputSize({8, 6});
-         },
+        {"the context resized", true, [&] { context->setDimensions(smaller); }, false},
+        {"a custom size", true, [&] { filter->setUsesCustomOutputSize(true), filter->setCustomOutputSize(custom); },
          false},
         {"at the custom size again", true, [] {}, true},
     };
@@ -163,7 +157,7 @@ TEST_F(Filters, ReuseTheCachedOutputOnlyWhileItIsValid)
         step();
         auto after = filter->drawWithContext(context);
         EXPECT_EQ(after == before, reused) << what;
-        EXPECT_EQ(after->dimensions(), (filter->usesCustomOutputSize() ? LMSize{8, 6} : context->dimensions()));
+        EXPECT_EQ(after->dimensions(), (filter->usesCustomOutputSize() ? custom : context->dimensions()));
         EXPECT_TRUE(!reused || (source->count() == pulls && context->renderTargetPool()->objectsUsed() == leased))
             << what << ": a cached draw pulls and leases nothing";
     }
@@ -223,15 +217,12 @@ TEST_F(Filters, HandlesMarkTheFilterOnlyForWatchedSettersCalledThroughThem)
     auto inner = TwoInputs::filter();
     inner->drawWithContext(context);
     std::shared_ptr<LMDrawable> asNode = filter; // in the graph the handle is the proxy
+    const std::vector<double> offset{0.125, 0};
     const std::tuple<const char*, std::function<void()>, bool> steps[] = {
         {"a watched control", [&] { filter->setControl(0.25); }, true},
         {"reading and drawing mark nothing", [&] { (void)filter->control(), filter->drawWithContext(context); }, false},
         {"setShift is not watched, nor what it stores", [&] { filter->setShift(0.5); }, false},
-        {"a watched uniform",
-         [&] {
-             filter->setOffset({0.125, 0});
-         },
-         true},
+        {"a watched uniform", [&] { filter->setOffset(offset); }, true},
         {"an unwatched setter", [&] { filter->setLabel("unwatched"); }, false},
         {"the key-value setter marks for any key", [&] { filter->setValueForKey("still unwatched", "label"); }, true},
         {"a call on the filter itself, on a thread with no handle call of its own, marks nothing",
