@@ -60,7 +60,6 @@ protected:
 TEST_F(PerformanceMonitors, ReportEachFinishedSpanOnceWhenTheHostTicks)
 {
     auto monitor = startedMonitor(false);
-    EXPECT_FALSE(monitor->timerRunning()) << "the host ticks";
     monitor->stopTiming(); // no span is open: nothing to end
     timeFinishedSpan(*monitor);
     EXPECT_FALSE(monitor->timerQueryHasNewResults()) << "collected when the next span begins";

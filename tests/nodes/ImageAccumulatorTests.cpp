@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
+
 // The accumulator keeps what its input drew when the image was set, and hands
 // it out only to its own context at that size; anywhere else it draws black.
 class ImageAccumulators : public testing::Test {
@@ -19,38 +21,28 @@ protected:
     std::shared_ptr<LMColor> colour = LMColor::redColor();
 };
 
-TEST_F(ImageAccumulators, KeepWhatTheirInputDrewWhenSetThoughTheGraphRedraws)
+// Each step, then what the accumulator draws in its own context: what the
+// colour drew when it was set (red), or black. Setting an image marks nothing.
+TEST_F(ImageAccumulators, HandOutWhatTheirInputDrewOnlyAtItsContextAndSize)
 {
-    auto kept = accumulator->image();
-    EXPECT_FALSE(accumulator->updateNeedsRedraw()) << "setting an image marks nothing";
-    EXPECT_EQ(accumulator->drawWithContext(context), kept);
-    colour->setColor(LMRGBA::greenColor());
-    colour->setLastImage(nullptr);
-    EXPECT_EQ(colour->drawWithContext(context)->readPixelColorAtX(1, 1), LMRGBA::greenColor());
-    EXPECT_EQ(drawnAt(context), LMRGBA::redColor());
-}
-
-TEST_F(ImageAccumulators, DrawBlackForAnotherContextOrSizeWithoutDroppingTheImage)
-{
-    auto kept = accumulator->image();
-    EXPECT_EQ(drawnAt(LMContext::contextWithDimensions({48, 24})), LMRGBA::blackColor());
-    context->setDimensions({20, 20});
-    EXPECT_EQ(drawnAt(context), LMRGBA::blackColor());
-    context->setDimensions({48, 24});
-    EXPECT_EQ(accumulator->drawWithContext(context), kept);
-}
-
-TEST_F(ImageAccumulators, ClearTheirFlagWithEveryDraw)
-{
-    accumulator->setNeedsRedraw(true);
-    accumulator->drawWithContext(LMContext::contextWithDimensions({48, 24}));
+    const LMRGBA kept = LMRGBA::redColor(), black = LMRGBA::blackColor();
+    const LMSize own{48, 24}, small{20, 20};
+    auto redrawGreen = [&] { colour->setColor(LMRGBA::greenColor()), colour->setLastImage(nullptr); };
+    auto elsewhere = [&] { EXPECT_EQ(drawnAt(LMContext::contextWithDimensions(own)), black); };
     EXPECT_FALSE(accumulator->updateNeedsRedraw());
-}
-
-TEST_F(ImageAccumulators, DrawBlackOnceTheirImageIsUnset)
-{
-    accumulator->setImage(nullptr);
-    EXPECT_EQ(drawnAt(context), LMRGBA::blackColor());
+    const std::tuple<const char*, std::function<void()>, LMRGBA> steps[] = {
+        {"the input drawn again, green", [&] { redrawGreen(), colour->drawWithContext(context); }, kept},
+        {"drawn black in another context of its size", elsewhere, kept},
+        {"its context at another size", [&] { context->setDimensions(small); }, black},
+        {"its context at the size again", [&] { context->setDimensions(own); }, kept},
+        {"its image unset", [&] { accumulator->setImage(nullptr); }, black},
+    };
+    for (const auto& [what, step, expected] : steps) {
+        step();
+        EXPECT_EQ(drawnAt(context), expected) << what;
+        EXPECT_FALSE(accumulator->updateNeedsRedraw()) << what << ": a draw clears its flag";
+        accumulator->setNeedsRedraw(true);
+    }
 }
 
 // An accumulator whose context has gone keeps nothing new and says why.

@@ -4,15 +4,16 @@
 
 #include <thread>
 
-// printf-style formatting, one line per message whatever newline the format ends with.
-TEST(LMLog, FormatsOneLinePerMessage)
+// printf-style formatting, one line per message whatever newline the format
+// ends with; a compiler's log of several lines quoted in a message stays one line.
+TEST(LMLog, FormatsEachMessageAsOneLine)
 {
     LogCapture capture;
     LMLog("LMContext: Maximum texture size: %i", 16384);
-    LMLog("plain line\n");
-    LMLog("%s and %.1f", "text", 2.5);
-    EXPECT_EQ(capture.lines(),
-              (std::vector<std::string>{"LMContext: Maximum texture size: 16384", "plain line", "text and 2.5"}));
+    LMLog("%s and %.1f\n", "text", 2.5);
+    LMLog("failed: 0:1(2): error: a\n0:3(4): error: b\r\n\n");
+    EXPECT_EQ(capture.lines(), (std::vector<std::string>{"LMContext: Maximum texture size: 16384", "text and 2.5",
+                                                         "failed: 0:1(2): error: a; 0:3(4): error: b"}));
 }
 
 TEST(LMLog, WritesToStandardErrorWithoutASink)
@@ -64,12 +65,4 @@ TEST(LMLog, LetsASinkLogAndReplaceItself)
     LMSetLogSink({});
     EXPECT_EQ(first, std::vector<std::string>{"one"});
     EXPECT_EQ(second, std::vector<std::string>{"two"});
-}
-
-// A compiler's log of several lines quoted in a message stays one line.
-TEST(LMLog, JoinsTheLinesOfAMessageIntoOne)
-{
-    LogCapture capture;
-    LMLog("failed: 0:1(2): error: a\n0:3(4): error: b\r\n\n");
-    EXPECT_EQ(capture.lines(), std::vector<std::string>{"failed: 0:1(2): error: a; 0:3(4): error: b"});
 }

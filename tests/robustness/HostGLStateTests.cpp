@@ -96,6 +96,11 @@ TEST(HostGLStateTest, ReadBacksUploadsAndDrawsIgnoreWhatAHostBlockLeaves)
         {"blending that keeps the destination", [] { glEnable(GL_BLEND), glBlendFunc(GL_ZERO, GL_ONE); }},
         {"polygons as lines", [] { glPolygonMode(GL_FRONT_AND_BACK, GL_LINE); }},
         {"a one-pixel viewport", [] { glViewport(0, 0, 1, 1); }},
+        // A texture is sampled from the unit its program reads, whatever unit was left active.
+        {"nothing bound, and another texture unit active",
+         [] {
+             glBindFramebuffer(GL_FRAMEBUFFER, 0), glUseProgram(0), glBindVertexArray(0), glActiveTexture(GL_TEXTURE5);
+         }},
         {"nearest-sampling sampler objects",
          [] {
              GLuint sampler = 0;

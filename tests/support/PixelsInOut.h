@@ -34,14 +34,6 @@ Pixels pixelsOf(int width, int height, ColourAt colourAt)
     return picture;
 }
 
-// Rows as they are seen, the top one first: {{red, green}, {blue, white}}.
-inline Pixels rowsFromTop(std::initializer_list<std::vector<Pixel>> rows)
-{
-    const std::vector<std::vector<Pixel>> top(rows);
-    return pixelsOf(int(top[0].size()), int(top.size()),
-                    [&](int x, int y) { return top[top.size() - 1 - size_t(y)][size_t(x)]; });
-}
-
 // The picture as a bitmap, rows from the top.
 inline std::shared_ptr<LMBitmap> bitmapOf(const Pixels& picture)
 {

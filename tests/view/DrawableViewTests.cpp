@@ -9,6 +9,7 @@
 #include <X11/Xlib.h>
 #include <cmath>
 #include <cstdlib>
+#include <functional>
 
 namespace {
 
@@ -64,42 +65,32 @@ TEST_F(DrawableView, ShowsTheImageOneTexelPerPixelFromTheLowerLeftAndKeepsTheRes
     EXPECT_TRUE(shown.writePNG(VIEW_SCREENSHOT_PATH)) << "a screenshot for a person to look at";
 }
 
-TEST_F(DrawableView, DrawsTheSameImageAgainWhenItIsSetAgain)
+// Each step ends by setting the image; the window shows it linear or encoded
+// to sRGB as the switch says. A new set-up keeps the switch, and the image
+// has the size it uploads, so nothing is uploaded again: its new vertex array
+// and rebuilt program must point at the quad anyway. The window grew before
+// the first step: the GL context must see its new size.
+TEST_F(DrawableView, ShowsEachImageItIsGivenLinearOrEncodedAsAsked)
 {
-    view->setInput(linear);
-    WindowCapture::clearWindow(view->x11Window());
-    ASSERT_EQ(shownAt(10, 10), 0u);
-    view->setInput(linear);
-    EXPECT_TRUE(showsRedAndBlue(0.0031, 0.4));
-}
-
-// Also the first frame after the window grew, at the size the set-up
-// already had: the GL context must see the window's new size.
-TEST_F(DrawableView, EncodesToSRGBWhenAsked)
-{
-    view->setInput(linear);
-    EXPECT_TRUE(showsRedAndBlue(0.0031, 0.4));
-    view->setShouldConvertToSRGB(true);
-    view->setInput(linear);
-    EXPECT_TRUE(showsRedAndBlue(encodedRed, encodedBlue));
-}
-
-// A new set-up, with the switch as it was. The image has the size the set-up
-// uploads, so nothing is uploaded again: the new vertex array must point at
-// the quad anyway, and so must a rebuilt program.
-TEST_F(DrawableView, RedoesTheWholeGLSetUpWhenGivenAContextAgain)
-{
-    view->setShouldConvertToSRGB(true);
-    view->setInput(linear);
     auto firstGLContext = view->openGLContext();
-    view->setContext(context);
-    EXPECT_NE(view->openGLContext(), firstGLContext);
-    WindowCapture::clearWindow(view->x11Window());
-    view->setInput(linear);
-    EXPECT_TRUE(showsRedAndBlue(encodedRed, encodedBlue));
-    view->setShouldConvertToSRGB(false);
-    view->setInput(linear);
-    EXPECT_TRUE(showsRedAndBlue(0.0031, 0.4));
+    const std::tuple<const char*, std::function<void()>, bool> steps[] = {
+        {"the first frame", [] {}, false},
+        {"the same image again, the window cleared",
+         [&] {
+             WindowCapture::clearWindow(view->x11Window());
+             EXPECT_EQ(shownAt(10, 10), 0u);
+         },
+         false},
+        {"encoding asked", [&] { view->setShouldConvertToSRGB(true); }, true},
+        {"a new set-up", [&] { view->setContext(context), WindowCapture::clearWindow(view->x11Window()); }, true},
+        {"encoding no longer asked", [&] { view->setShouldConvertToSRGB(false); }, false},
+    };
+    for (const auto& [what, step, encoded] : steps) {
+        step();
+        view->setInput(linear);
+        EXPECT_TRUE(encoded ? showsRedAndBlue(encodedRed, encodedBlue) : showsRedAndBlue(0.0031, 0.4)) << what;
+    }
+    EXPECT_NE(view->openGLContext(), firstGLContext) << "the set-up was redone";
 }
 
 TEST_F(DrawableView, DrawsNoImageOfAnotherContext)
