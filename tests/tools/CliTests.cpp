@@ -152,6 +152,7 @@ TEST_F(CliTest, BadInputEndsWithOneMessageAndNoOutput)
         {"in.png -o out.png -- circle center=1,2", 2, "radius= is required", "", true},
         {"in.png -o out.png --size 99999x10 -- invert", 1, "outside this renderer's limits"},
         {"in.png -o out.png --bogus -- invert", 2, "unknown option --bogus"},
+        {"in.png -o out.png --fit squash -- invert", 2, "--fit \"squash\" is neither fill nor stretch"},
         {"in.png -o out.bmp -- invert", 2, "must end in .png, .jpg or .jpeg"},
         {"missing.png -o out.png -- invert", 1, "Cannot open missing.png: No such file or directory"},
         {"notapicture.png -o out.png -- invert", 1, "neither a PNG nor a JPEG"},
