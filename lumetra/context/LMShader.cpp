@@ -7,6 +7,22 @@ namespace {
 // The library has always printed at most this much of a log.
 constexpr GLsizei infoLogSize = 512;
 
+// Whether the step behind `status` succeeded, and GL's log when it did not:
+// the same questions for a shader (glGetShaderiv, glGetShaderInfoLog) and a
+// program (glGetProgramiv, glGetProgramInfoLog).
+void readOutcome(LMShaderBuild& build, GLenum status, void (*getStatus)(GLuint, GLenum, GLint*),
+                 void (*getLog)(GLuint, GLsizei, GLsizei*, GLchar*))
+{
+    GLint value = GL_FALSE;
+    getStatus(build.object, status, &value);
+    build.succeeded = value == GL_TRUE;
+    if (!build.succeeded) {
+        char infoLog[infoLogSize] = {};
+        getLog(build.object, infoLogSize, nullptr, infoLog);
+        build.log = infoLog;
+    }
+}
+
 } // namespace
 
 LMShaderBuild LMCompileShader(GLenum type, const char* source)
@@ -16,14 +32,7 @@ LMShaderBuild LMCompileShader(GLenum type, const char* source)
     const char* text = source ? source : "";
     glShaderSource(build.object, 1, &text, nullptr);
     glCompileShader(build.object);
-    GLint status = GL_FALSE;
-    glGetShaderiv(build.object, GL_COMPILE_STATUS, &status);
-    build.succeeded = status == GL_TRUE;
-    if (!build.succeeded) {
-        char infoLog[infoLogSize] = {};
-        glGetShaderInfoLog(build.object, infoLogSize, nullptr, infoLog);
-        build.log = infoLog;
-    }
+    readOutcome(build, GL_COMPILE_STATUS, glGetShaderiv, glGetShaderInfoLog);
     return build;
 }
 
@@ -37,13 +46,6 @@ LMShaderBuild LMLinkProgram(GLuint vertexShader, GLuint fragmentShader, const ch
     glBindAttribLocation(build.object, LM_ATTRIBUTE_INDEX_POSITION, "in_Position");
     glBindAttribLocation(build.object, LM_ATTRIBUTE_INDEX_TEXTURE_COORDS, "in_TexCoord");
     glLinkProgram(build.object);
-    GLint linked = GL_FALSE;
-    glGetProgramiv(build.object, GL_LINK_STATUS, &linked);
-    build.succeeded = linked == GL_TRUE;
-    if (!build.succeeded) {
-        char infoLog[infoLogSize] = {};
-        glGetProgramInfoLog(build.object, infoLogSize, nullptr, infoLog);
-        build.log = infoLog;
-    }
+    readOutcome(build, GL_LINK_STATUS, glGetProgramiv, glGetProgramInfoLog);
     return build;
 }
