@@ -7,6 +7,7 @@
 #include "CommandLine.h"
 #include "FilterCatalog.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -26,11 +27,19 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         const std::vector<CheckedFilter> chain = checkChain(line.chain);
         // What the checker accepted must be complete enough to build from.
         for (const CheckedFilter& checked : chain) {
-            if (!checked.info)
+            if (!checked.entry && checked.name != "kernel")
                 __builtin_trap();
-            if (checked.info->name == "kernel" &&
+            if (!checked.entry &&
                 (!checked.files.count("file") || checked.numbers.size() != checked.kernelControls.size()))
                 __builtin_trap();
+            // Every required key of a declared filter was given.
+            if (checked.entry)
+                for (const LMParameter& parameter : checked.entry->declaration->parameters())
+                    if (parameter.isRequired() && !parameter.libraryOnly &&
+                        parameter.role != LMParameter::Role::Input &&
+                        std::none_of(checked.values.begin(), checked.values.end(),
+                                     [&](const auto& value) { return value.first == &parameter; }))
+                        __builtin_trap();
         }
     } catch (const CliError& error) {
         if (error.status() != CliError::usageStatus)

@@ -27,8 +27,10 @@
 
 #include "lumetra/graph/LMDrawable.h"
 #include "lumetra/graph/LMDrawableCaching.h"
+#include "lumetra/graph/LMFilterDeclaration.h"
 #include "lumetra/graph/LMGraphDepth.h"
 #include "lumetra/graph/LMImage.h"
+#include "lumetra/graph/LMParameter.h"
 #include "lumetra/graph/LMScaler.h"
 #include "lumetra/graph/LMScalerFill.h"
 #include "lumetra/graph/LMScalerStretch.h"
@@ -40,6 +42,7 @@
 #include "lumetra/nodes/LMImageAccumulator.h"
 #include "lumetra/nodes/LMPassthrough.h"
 
+#include "lumetra/filters/LMFilterRegistry.h"
 #include "lumetra/filters/LMFilters.h"
 
 #include "lumetra/interop/LMContentScaleMode.h"

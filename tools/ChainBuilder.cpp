@@ -8,6 +8,7 @@
 #include <cstring>
 #include <fstream>
 #include <sstream>
+#include <utility>
 
 namespace {
 
@@ -35,10 +36,11 @@ ChainBuilder::ChainBuilder(std::shared_ptr<LMContext> context, LMContentScaleMod
     : context_(std::move(context)), fit_(fit), log_(log)
 {}
 
-std::shared_ptr<LMImage> ChainBuilder::pictureImage(const std::string& path)
+std::shared_ptr<LMImage> ChainBuilder::pictureImage(const std::string& path, LMSize size)
 {
     if (auto found = pictures_.find(path); found != pictures_.end())
         return found->second;
+    (void)size;
     auto picture = readPictureFile(path, log_, context_->maxTextureSize());
     auto image = picture->lumetraImageWithContext(context_, fit_);
     if (!image)
@@ -113,15 +115,15 @@ std::string ChainBuilder::readKernelFile(const std::string& path)
     return source;
 }
 
-std::shared_ptr<LMDrawable> ChainBuilder::buildKernel(const CheckedFilter& checked,
-                                                      const std::shared_ptr<LMDrawable>& previous)
+LMFilterRef<LMFilter> ChainBuilder::buildKernel(const CheckedFilter& checked,
+                                                const std::shared_ptr<LMDrawable>& previous, LMSize size)
 {
     const std::string& path = checked.files.at("file");
     auto filter = KernelFileFilter::filter();
     filter->configure(readKernelFile(path), checked.kernelInputs, checked.kernelControls);
     for (size_t i = 0; i < checked.kernelInputs.size(); ++i) {
         const std::string& name = checked.kernelInputs[i];
-        std::shared_ptr<LMDrawable> input = i == 0 ? previous : pictureImage(checked.files.at(name));
+        std::shared_ptr<LMDrawable> input = i == 0 ? previous : pictureImage(checked.files.at(name), size);
         filter->setValueForKey(LMValue(std::move(input)), name);
     }
     for (const std::string& name : checked.kernelControls)
@@ -146,47 +148,60 @@ std::shared_ptr<LMDrawable> ChainBuilder::buildKernel(const CheckedFilter& check
     return filter;
 }
 
-std::shared_ptr<LMDrawable> ChainBuilder::build(const std::vector<CheckedFilter>& chain,
-                                                std::shared_ptr<LMDrawable> source)
+LMFilterRef<LMFilter> ChainBuilder::buildDeclared(const CheckedFilter& checked,
+                                                  const std::shared_ptr<LMDrawable>& previous, LMSize size)
 {
-    const LMSize size = context_->dimensions();
+    LMFilterRef<LMFilter> filter = checked.entry->make();
+    bool chainInput = true;
+    for (const LMParameter& parameter : checked.entry->declaration->parameters()) {
+        if (parameter.role != LMParameter::Role::Input)
+            continue;
+        if (std::exchange(chainInput, false))
+            filter->setValueForKey(previous, parameter.name);
+        else
+            filter->setValueForKey(pictureImage(checked.files.at(parameter.name), size), parameter.name);
+    }
+    for (const auto& [parameter, value] : checked.values) {
+        if (parameter->type == LMParameter::Type::Point) {
+            // Written from the top-left corner, y down.
+            const std::vector<double>& point = *value.numbers();
+            const LMPoint placed = libraryPoint(point[0], point[1], size);
+            filter->setValueForKey(std::vector<double>{placed.x, placed.y}, parameter->name);
+        } else {
+            filter->setValueForKey(value, parameter->name);
+        }
+    }
+    return filter;
+}
+
+std::shared_ptr<LMDrawable> ChainBuilder::build(const std::vector<CheckedFilter>& chain,
+                                                std::shared_ptr<LMDrawable> source, LMSize size)
+{
     std::shared_ptr<LMDrawable> previous = std::move(source);
     for (const CheckedFilter& checked : chain) {
-        const std::string& name = checked.info->name;
-        if (name == "invert") {
-            previous = LMFilterInvert::filterWithInput(previous);
-        } else if (name == "max-component") {
-            previous = LMFilterMaxComponent::filterWithInput(previous);
-        } else if (name == "to-srgb") {
-            previous = LMFilterConvertToSRGB::filterWithInput(previous);
-        } else if (name == "from-srgb") {
-            previous = LMFilterConvertFromSRGB::filterWithInput(previous);
-        } else if (name == "fader") {
-            auto fader = LMFilterFader::filterWithInput(previous);
-            auto control = checked.numbers.find("control");
-            fader->setControl(control == checked.numbers.end() ? 0.0 : control->second);
-            previous = fader;
-        } else if (name == "circle") {
-            auto circle = LMFilterCircle::filter();
-            const auto center = checked.points.count("center") ? checked.points.at("center") : std::pair{0.0, 0.0};
-            const double radius = checked.numbers.at("radius");
-            circle->setRadius(radius);
-            circle->setCenter(libraryPoint(center.first, center.second, size));
-            circles_.push_back({circle, radius, center.first, center.second});
-            previous = circle;
-        } else if (name == "transform") {
-            auto transform = LMFilterTransform::filterWithInput(previous);
-            transform->setTransform(transformForSteps(checked.transformSteps, size));
-            transforms_.push_back({transform, checked.transformSteps});
-            previous = transform;
-        } else if (name == "max2") {
-            auto max2 = LMFilterMax2::filter();
-            max2->setInputA(previous);
-            max2->setInputB(pictureImage(checked.files.at("with")));
-            previous = max2;
-        } else if (name == "kernel") {
-            previous = buildKernel(checked, previous);
+        LMFilterRef<LMFilter> filter =
+            checked.entry ? buildDeclared(checked, previous, size) : buildKernel(checked, previous, size);
+        if (auto* resizing = dynamic_cast<LMMultiPassFilter*>(filter.get())) {
+            // It works at whatever size its input has; what follows works at the size it makes.
+            size = resizing->outputSizeForInputSize(size);
+        } else if (!(size == context_->dimensions())) {
+            filter->setWorkingSize(size);
         }
+        if (checked.name == "circle") {
+            double radius = 0, centerX = 0, centerY = 0;
+            for (const auto& [parameter, value] : checked.values) {
+                if (parameter->name == "radius")
+                    radius = *value.number();
+                else if (parameter->name == "centerVector")
+                    centerX = (*value.numbers())[0], centerY = (*value.numbers())[1];
+            }
+            circles_.push_back({LMFilterRef<LMFilterCircle>(filter.proxy()), radius, centerX, centerY, size});
+        } else if (checked.name == "transform") {
+            LMFilterRef<LMFilterTransform> transform(filter.proxy());
+            transform->setTransform(transformForSteps(checked.transformSteps, size));
+            transforms_.push_back({transform, checked.transformSteps, size});
+        }
+        previous = filter;
     }
     return previous;
 }

@@ -17,24 +17,31 @@ class ChainBuilder {
 public:
     ChainBuilder(std::shared_ptr<LMContext> context, LMContentScaleMode fit, LogRecorder& log);
 
-    // Throws a CliError naming the file or kernel at fault.
-    std::shared_ptr<LMDrawable> build(const std::vector<CheckedFilter>& chain, std::shared_ptr<LMDrawable> source);
+    // The chain on `source`, an image of `size`. A filter that changes the
+    // size (resize, crop, rot) changes it for every filter after it: each of
+    // those works at the new size. Throws a CliError naming the file or
+    // kernel at fault.
+    std::shared_ptr<LMDrawable> build(const std::vector<CheckedFilter>& chain, std::shared_ptr<LMDrawable> source,
+                                      LMSize size);
 
-    // A picture file brought into the context at its size; the same path is
-    // read once per builder. Throws a CliError when it cannot be read.
-    std::shared_ptr<LMImage> pictureImage(const std::string& path);
+    // A picture file brought into the context fitted to `size`; the same
+    // path is read once per builder. Throws a CliError when it cannot be read.
+    std::shared_ptr<LMImage> pictureImage(const std::string& path, LMSize size);
     // Makes `name` stand for an image the host made, wherever the chain names a picture.
     void providePicture(const std::string& name, std::shared_ptr<LMImage> image) { pictures_[name] = std::move(image); }
 
     // The filters a view animates, with their parameters as written.
+    // Each with the size of the image it works on.
     struct AnimatedCircle {
         LMFilterRef<LMFilterCircle> filter;
         double radius;
         double centerX, centerY;
+        LMSize size;
     };
     struct AnimatedTransform {
         LMFilterRef<LMFilterTransform> filter;
         std::vector<TransformStep> steps;
+        LMSize size;
     };
     const std::vector<AnimatedCircle>& circles() const { return circles_; }
     const std::vector<AnimatedTransform>& transforms() const { return transforms_; }
@@ -48,7 +55,10 @@ public:
     static LMPoint libraryPoint(double x, double y, LMSize contextSize);
 
 private:
-    std::shared_ptr<LMDrawable> buildKernel(const CheckedFilter& checked, const std::shared_ptr<LMDrawable>& previous);
+    LMFilterRef<LMFilter> buildDeclared(const CheckedFilter& checked, const std::shared_ptr<LMDrawable>& previous,
+                                        LMSize size);
+    LMFilterRef<LMFilter> buildKernel(const CheckedFilter& checked, const std::shared_ptr<LMDrawable>& previous,
+                                      LMSize size);
     std::string readKernelFile(const std::string& path);
 
     std::shared_ptr<LMContext> context_;

@@ -7,6 +7,7 @@
 
 #include <lumetra/lumetra.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <sstream>
@@ -15,17 +16,13 @@ namespace DemoSheet {
 
 const std::vector<Tile>& demoTiles()
 {
-    static const std::vector<Tile> tiles{
-        {""},
-        {"invert"},
-        {"max-component"},
-        {"fader control=0.5"},
-        {"to-srgb"},
-        {"from-srgb"},
-        {"circle radius=50 center=120,80"},
-        {"transform rotate=30 scale=0.7"},
-        {"max2 with=stripes"},
-    };
+    // The source, then each registered filter as its declaration shows it.
+    static const std::vector<Tile> tiles = [] {
+        std::vector<Tile> all{{""}};
+        for (const LMFilterRegistry::Entry& entry : LMFilterRegistry::shared().entries())
+            all.push_back({entry.declaration->demoChain()});
+        return all;
+    }();
     return tiles;
 }
 
@@ -108,12 +105,15 @@ std::vector<FilterSpec> chainFromLabel(const std::string& label)
     return parseCommandLine(arguments).chain;
 }
 
+// A filter that changes the size makes a tile of another size: what
+// reaches past the tile's place is cut off.
 void copyTile(const LMBitmap& tile, LMBitmap& sheet, int left, int top)
 {
-    for (int y = 0; y < tile.pixelsHigh(); ++y) {
+    const int width = std::min(tile.pixelsWide(), DemoSheet::tileWidth);
+    for (int y = 0; y < std::min(tile.pixelsHigh(), DemoSheet::tileHeight); ++y) {
         uint8_t* row = sheet.rowAt(top + y) + left * 4;
-        std::memcpy(row, tile.rowAt(y), size_t(tile.pixelsWide()) * 4);
-        for (int x = 0; x < tile.pixelsWide(); ++x)
+        std::memcpy(row, tile.rowAt(y), size_t(width) * 4);
+        for (int x = 0; x < width; ++x)
             row[x * 4 + 3] = 255;
     }
 }
@@ -149,7 +149,7 @@ int demoCommand(const CommandLine& line, LogRecorder& log)
         const std::string& label = tiles[index].label;
         std::shared_ptr<LMDrawable> node = source;
         if (!label.empty())
-            node = builder.build(checkChain(chainFromLabel(label)), source);
+            node = builder.build(checkChain(chainFromLabel(label)), source, context->dimensions());
         auto image = node->drawWithContext(context);
         auto picture = image ? LMPicture::imageWithLMImage(image) : nullptr;
         if (!picture)

@@ -2,6 +2,7 @@
 
 #include "CliError.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cmath>
 #include <cstdlib>
@@ -10,38 +11,70 @@
 
 namespace {
 
-std::vector<FilterInfo> makeCatalog()
+// Keys the tool gives `transform` beyond its declaration: steps, applied in
+// the order written, each key as often as wanted.
+const std::vector<std::pair<std::string, std::string>> transformSteps{
+    {"translate=0,0", "x,y in pixels (y downwards)"},
+    {"rotate=0", "degrees counterclockwise, about the centre"},
+    {"scale=1", "a factor, or x,y factors, about the centre; not 0"},
+};
+
+constexpr const char* kernelSummary =
+    "a filter from a GLSL kernel file: it defines main() and writes vec3 lm_output; it reads inputs as "
+    "sampler2DRect lm_NAME at vec2 lm_location (pixels from the lower-left corner) and controls as float lm_NAME";
+
+std::string kernelHelpText()
 {
-    using K = ParameterKind;
-    return {
-        {"invert", "1 - each colour channel", {}},
-        {"max-component", "the largest of red, green and blue, as grey", {}},
-        {"fader", "multiplies the image by a control, unclamped", {{"control", K::Number, "0", "the factor"}}},
-        {"to-srgb", "encodes linear colour to sRGB", {}},
-        {"from-srgb", "decodes sRGB colour to linear", {}},
-        {"circle",
-         "a white disc on black; it has no input, so it replaces what came before",
-         {{"radius", K::Number, "", "in pixels, at least 0"},
-          {"center", K::Point, "0,0", "x,y in pixels from the top-left corner"}},
-         false},
-        {"transform",
-         "moves, rotates and scales the image, tiling over the edges; steps apply in the order given",
-         {{"translate", K::Point, "0,0", "x,y in pixels (y downwards)"},
-          {"rotate", K::Number, "0", "degrees counterclockwise, about the centre"},
-          {"scale", K::Scale, "1", "a factor, or x,y factors, about the centre; not 0"}}},
-        {"max2",
-         "the larger of the image and another picture, channel by channel",
-         {{"with", K::Picture, "", "a PNG or JPEG file, fitted to the context"}}},
-        {"kernel",
-         "a filter from a GLSL kernel file: it defines main() and writes vec3 lm_output; "
-         "it reads inputs as sampler2DRect lm_NAME at vec2 lm_location (pixels from the lower-left corner) "
-         "and controls as float lm_NAME",
-         {{"file", K::Kernel, "", "the GLSL kernel"},
-          {"inputs", K::Names, "input",
-           "input names; the first takes the chain's image, "
-           "each other one needs NAME=FILE"},
-          {"controls", K::Names, "(none)", "control names; each takes NAME=NUMBER (default 0)"}}},
-    };
+    return std::string("kernel: ") + kernelSummary + "\n" +
+           "  file=(required)  the GLSL kernel\n"
+           "  inputs=input  input names; the first takes the chain's image, each other one needs NAME=FILE\n"
+           "  controls=(none)  control names; each takes NAME=NUMBER (default 0)\n";
+}
+
+// The declared parameters the tool writes, the chain's own input left out.
+std::vector<const LMParameter*> toolParameters(const LMFilterDeclaration& declaration)
+{
+    std::vector<const LMParameter*> parameters;
+    bool chainInput = true;
+    for (const LMParameter& parameter : declaration.parameters()) {
+        if (parameter.role == LMParameter::Role::Input && std::exchange(chainInput, false))
+            continue;
+        if (!parameter.libraryOnly)
+            parameters.push_back(&parameter);
+    }
+    return parameters;
+}
+
+std::string declarationHelpText(const LMFilterDeclaration& declaration)
+{
+    std::string text = declaration.toolName() + ": " + declaration.summary() + "\n";
+    std::vector<const LMParameter*> parameters = toolParameters(declaration);
+    if (parameters.empty() && declaration.toolName() != "transform")
+        return text + "  (no parameters)\n";
+    for (const LMParameter* parameter : parameters) {
+        text += "  " + parameter->keyInTool() + "=";
+        if (parameter->role == LMParameter::Role::Input)
+            text += "PICTURE";
+        else
+            text += parameter->isRequired() ? std::string("(required)") : parameter->defaultText();
+        text += "  " + parameter->help;
+        if (!parameter->unit.empty())
+            text += ", in " + parameter->unit;
+        if (parameter->type == LMParameter::Type::Choice)
+            text += " (" + parameter->typeDescription() + ")";
+        else if (parameter->isNumeric() && parameter->type != LMParameter::Type::Flag &&
+                 (std::isfinite(parameter->minimum) || std::isfinite(parameter->maximum))) {
+            text += " (" + (std::isfinite(parameter->minimum) ? LMParameter::numberText(parameter->minimum) : "") +
+                    " to " + (std::isfinite(parameter->maximum) ? LMParameter::numberText(parameter->maximum) : "any") +
+                    ")";
+        } else if (parameter->type == LMParameter::Type::Flag)
+            text += " (0 or 1)";
+        text += "\n";
+    }
+    if (declaration.toolName() == "transform")
+        for (const auto& [key, help] : transformSteps)
+            text += "  " + key + "  " + help + "\n";
+    return text;
 }
 
 std::string quoted(const std::string& text)
@@ -150,119 +183,164 @@ void checkKernel(const FilterSpec& written, CheckedFilter& checked, std::map<std
 
 } // namespace
 
-const std::vector<FilterInfo>& filterCatalog()
+std::string filterHelpText(std::string_view name)
 {
-    static const std::vector<FilterInfo> catalog = makeCatalog();
-    return catalog;
-}
-
-const FilterInfo* findFilter(std::string_view name)
-{
-    for (const FilterInfo& filter : filterCatalog())
-        if (filter.name == name)
-            return &filter;
-    return nullptr;
-}
-
-std::string filterHelpText(const FilterInfo& filter)
-{
-    std::string text = filter.name + ": " + filter.summary + "\n";
-    if (filter.parameters.empty())
-        return text + "  (no parameters)\n";
-    for (const ParameterInfo& parameter : filter.parameters) {
-        text += "  " + parameter.key + "=";
-        text += parameter.defaultText.empty() ? std::string("(required)") : parameter.defaultText;
-        text += "  " + parameter.help + "\n";
-    }
-    return text;
+    if (name == "kernel")
+        return kernelHelpText();
+    const LMFilterRegistry::Entry* entry = LMFilterRegistry::shared().find(name);
+    return entry ? declarationHelpText(*entry->declaration) : "";
 }
 
 std::string filterListText()
 {
     std::string text = "Filters (lumetra --help FILTER for its parameters):\n";
-    for (const FilterInfo& filter : filterCatalog()) {
-        std::string line = "  " + filter.name;
-        line.resize(18, ' ');
-        text += line + filter.summary + "\n";
+    auto line = [&text](const std::string& name, const std::string& summary) {
+        std::string entry = "    " + name;
+        entry.resize(20, ' ');
+        text += entry + summary + "\n";
+    };
+    const LMFilterRegistry& registry = LMFilterRegistry::shared();
+    for (const std::string& group : registry.groups()) {
+        text += "  " + group + ":\n";
+        for (const LMFilterRegistry::Entry& entry : registry.entries())
+            if (entry.declaration->group() == group)
+                line(entry.declaration->toolName(), entry.declaration->summary());
     }
+    text += "  your own:\n";
+    line("kernel", "a filter from a GLSL kernel file (lumetra --help kernel)");
     return text;
 }
+
+namespace {
+
+std::string usageOf(const CheckedFilter& checked)
+{
+    return filterHelpText(checked.name);
+}
+
+LMValue parseValue(const FilterSpec& written, const LMParameter& parameter, const std::string& key,
+                   const std::string& value)
+{
+    using Type = LMParameter::Type;
+    double x = 0, y = 0;
+    switch (parameter.type) {
+    case Type::Number:
+    case Type::Integer:
+    case Type::Flag: {
+        if (!parseNumber(value, x))
+            throw badValue(written, key, value, parameter.type == Type::Flag ? "not 0 or 1" : "not a finite number");
+        if (std::string problem = parameter.problemWithNumber(x); !problem.empty())
+            throw badValue(written, key, value, problem);
+        return x;
+    }
+    case Type::Choice:
+        if (std::find(parameter.choices.begin(), parameter.choices.end(), value) == parameter.choices.end())
+            throw badValue(written, key, value, "not " + parameter.typeDescription());
+        return value;
+    case Type::Point:
+    case Type::Vector2:
+        if (!parsePair(value, x, y))
+            throw badValue(written, key, value, "not x,y (two finite numbers)");
+        return std::vector<double>{x, y};
+    case Type::Vector3:
+    case Type::Vector4:
+    case Type::Matrix3: {
+        const size_t wanted = parameter.type == Type::Vector3 ? 3 : parameter.type == Type::Vector4 ? 4 : 9;
+        std::vector<double> numbers;
+        std::stringstream stream(value);
+        for (std::string part; std::getline(stream, part, ',');) {
+            if (!parseNumber(part, x))
+                throw badValue(written, key, value, "not " + parameter.typeDescription());
+            numbers.push_back(x);
+        }
+        if (numbers.size() != wanted)
+            throw badValue(written, key, value, "not " + parameter.typeDescription());
+        return numbers;
+    }
+    case Type::Image: break;
+    }
+    return LMValue();
+}
+
+void checkTransformStep(const FilterSpec& written, CheckedFilter& checked, const std::string& key,
+                        const std::string& value)
+{
+    double x = 0, y = 0;
+    if (key == "translate") {
+        if (!parsePair(value, x, y))
+            throw badValue(written, key, value, "not x,y (two finite numbers)");
+        checked.transformSteps.push_back({TransformStep::Kind::Translate, x, y});
+    } else if (key == "rotate") {
+        if (!parseNumber(value, x))
+            throw badValue(written, key, value, "not a finite number");
+        checked.transformSteps.push_back({TransformStep::Kind::Rotate, x, 0});
+    } else {
+        if (!parsePair(value, x, y)) {
+            if (!parseNumber(value, x))
+                throw badValue(written, key, value, "not a factor or x,y factors");
+            y = x;
+        }
+        if (x == 0 || y == 0)
+            throw badValue(written, key, value, "a scale of 0 cannot be undone");
+        checked.transformSteps.push_back({TransformStep::Kind::Scale, x, y});
+    }
+}
+
+} // namespace
 
 std::vector<CheckedFilter> checkChain(const std::vector<FilterSpec>& chain)
 {
     std::vector<CheckedFilter> checkedChain;
     for (const FilterSpec& written : chain) {
         CheckedFilter checked;
-        checked.info = findFilter(written.name);
-        if (!checked.info)
+        checked.name = written.name;
+        checked.entry = LMFilterRegistry::shared().find(written.name);
+        if (!checked.entry && written.name != "kernel")
             throw CliError::usage("unknown filter " + quoted(written.name) + "\n" + filterListText());
 
+        const bool isTransform = written.name == "transform";
+        auto isStep = [&](const std::string& key) {
+            return isTransform && (key == "translate" || key == "rotate" || key == "scale");
+        };
         std::map<std::string, std::string> given;
         for (const auto& [key, value] : written.parameters) {
-            const bool repeatable = written.name == "transform";
-            if (!repeatable && !given.emplace(key, value).second)
+            if (!isStep(key) && !given.emplace(key, value).second)
                 throw CliError::usage("filter " + written.name + ": " + key + " is given twice");
         }
 
-        if (written.name == "kernel") {
+        if (!checked.entry) {
             checkKernel(written, checked, given);
             checkedChain.push_back(std::move(checked));
             continue;
         }
 
+        const std::vector<const LMParameter*> parameters = toolParameters(*checked.entry->declaration);
         for (const auto& [key, value] : written.parameters) {
-            const ParameterInfo* parameter = nullptr;
-            for (const ParameterInfo& candidate : checked.info->parameters)
-                if (candidate.key == key)
-                    parameter = &candidate;
+            if (isStep(key)) {
+                checkTransformStep(written, checked, key, value);
+                continue;
+            }
+            const LMParameter* parameter = nullptr;
+            for (const LMParameter* candidate : parameters)
+                if (candidate->keyInTool() == key)
+                    parameter = candidate;
             if (!parameter)
                 throw CliError::usage("filter " + written.name + ": unknown key " + quoted(key) + "\n" +
-                                      filterHelpText(*checked.info));
-            double x = 0, y = 0;
-            switch (parameter->kind) {
-            case ParameterKind::Number:
-                if (!parseNumber(value, x))
-                    throw badValue(written, key, value, "not a finite number");
-                checked.numbers[key] = x;
-                break;
-            case ParameterKind::Point:
-                if (!parsePair(value, x, y))
-                    throw badValue(written, key, value, "not x,y (two finite numbers)");
-                checked.points[key] = {x, y};
-                break;
-            case ParameterKind::Scale:
-                if (!parsePair(value, x, y)) {
-                    if (!parseNumber(value, x))
-                        throw badValue(written, key, value, "not a factor or x,y factors");
-                    y = x;
-                }
-                if (x == 0 || y == 0)
-                    throw badValue(written, key, value, "a scale of 0 cannot be undone");
-                checked.points[key] = {x, y};
-                break;
-            case ParameterKind::Picture:
-            case ParameterKind::Kernel:
+                                      usageOf(checked));
+            if (parameter->role == LMParameter::Role::Input) {
                 if (value.empty())
                     throw badValue(written, key, value, "a file name is required");
-                checked.files[key] = value;
-                break;
-            case ParameterKind::Names: break;
+                checked.files[parameter->name] = value;
+                continue;
             }
-            if (written.name == "transform") {
-                TransformStep step{key == "translate" ? TransformStep::Kind::Translate
-                                   : key == "rotate"  ? TransformStep::Kind::Rotate
-                                                      : TransformStep::Kind::Scale,
-                                   x, y};
-                checked.transformSteps.push_back(step);
-            }
+            checked.values.emplace_back(parameter, parseValue(written, *parameter, key, value));
         }
-
-        for (const ParameterInfo& parameter : checked.info->parameters)
-            if (parameter.defaultText.empty() && !given.count(parameter.key))
-                throw CliError::usage("filter " + written.name + ": " + parameter.key + "= is required\n" +
-                                      filterHelpText(*checked.info));
-        if (written.name == "circle" && checked.numbers["radius"] < 0)
-            throw badValue(written, "radius", given["radius"], "a radius cannot be negative");
+        for (const LMParameter* parameter : parameters) {
+            const bool required = parameter->isRequired() || parameter->role == LMParameter::Role::Input;
+            if (required && !given.count(parameter->keyInTool()))
+                throw CliError::usage("filter " + written.name + ": " + parameter->keyInTool() + "= is required\n" +
+                                      usageOf(checked));
+        }
         checkedChain.push_back(std::move(checked));
     }
     return checkedChain;

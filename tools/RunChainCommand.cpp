@@ -173,7 +173,7 @@ int runChainCommand(const CommandLine& line, LogRecorder& log)
         auto source = picture->lumetraImageWithContext(context, fit);
         if (!source)
             throw CliError("cannot bring " + input + " into the GL context");
-        auto result = builder.build(chain, source);
+        auto result = builder.build(chain, source, context->dimensions());
         double milliseconds = 0;
         auto image = timer ? timer->draw(result, context, milliseconds) : result->drawWithContext(context);
         writeOutputPicture(image, output, log);

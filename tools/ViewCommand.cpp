@@ -70,7 +70,7 @@ int viewCommand(const CommandLine& line, LogRecorder& log)
     auto source = picture->lumetraImageWithContext(context, fit);
     if (!source)
         throw CliError("cannot bring " + line.inputs.front() + " into the GL context");
-    auto result = builder.build(chain, source);
+    auto result = builder.build(chain, source, size);
 
     auto view = LMDrawableView::viewWithContext(context);
     if (!view->openGLContext())
@@ -97,12 +97,12 @@ int viewCommand(const CommandLine& line, LogRecorder& log)
             const double t = std::chrono::duration<double>(frameStart - start).count();
             for (const auto& circle : builder.circles()) {
                 circle.filter->setRadius(circle.radius * (1 + 0.3 * std::sin(t * 2)));
-                circle.filter->setCenter(ChainBuilder::libraryPoint(circle.centerX + 0.15 * size.width * std::cos(t),
-                                                                    circle.centerY + 0.15 * size.height * std::sin(t),
-                                                                    size));
+                circle.filter->setCenter(
+                    ChainBuilder::libraryPoint(circle.centerX + 0.15 * circle.size.width * std::cos(t),
+                                               circle.centerY + 0.15 * circle.size.height * std::sin(t), circle.size));
             }
             for (const auto& transform : builder.transforms())
-                transform.filter->setTransform(ChainBuilder::transformForSteps(transform.steps, size, t));
+                transform.filter->setTransform(ChainBuilder::transformForSteps(transform.steps, transform.size, t));
         }
         monitor->startTiming();
         auto image = result->drawWithContext(context);

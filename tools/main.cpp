@@ -22,10 +22,10 @@ int help(const CommandLine& line)
         std::printf("%s\n%s", usageText().c_str(), filterListText().c_str());
         return 0;
     }
-    const FilterInfo* filter = findFilter(line.helpTopic);
-    if (!filter)
+    const std::string text = filterHelpText(line.helpTopic);
+    if (text.empty())
         throw CliError::usage("unknown filter \"" + line.helpTopic + "\"\n" + filterListText());
-    std::printf("%s", filterHelpText(*filter).c_str());
+    std::printf("%s", text.c_str());
     return 0;
 }
 

@@ -14,9 +14,9 @@
 // one block on the context's GL queue.
 class LMFilterCircle : public LMFilterClass<LMFilterCircle> {
 public:
+    static const LMFilterDeclaration& declaration();
     std::string kernelSource() const override;
     std::vector<std::string> controlNames() const override { return {"radius"}; }
-    std::vector<std::shared_ptr<LMUniform>> otherUniforms() const override;
     // Centres the circle on (0, 0).
     void init() override;
 

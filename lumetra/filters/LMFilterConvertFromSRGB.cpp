@@ -1,5 +1,13 @@
 #include "lumetra/filters/LMFilterConvertFromSRGB.h"
 
+const LMFilterDeclaration& LMFilterConvertFromSRGB::declaration()
+{
+    static const LMFilterDeclaration declared =
+        LMFilterDeclaration("from-srgb", "colour", "decodes sRGB colour to linear")
+            .input("input", "the image, sRGB-encoded");
+    return declared;
+}
+
 std::string LMFilterConvertFromSRGB::kernelSource() const
 {
     return "void main(){    vec3 incolor = texture(lm_input, lm_location).rgb;    lm_output = mix(incolor * 0.0774, "

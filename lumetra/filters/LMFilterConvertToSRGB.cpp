@@ -1,5 +1,12 @@
 #include "lumetra/filters/LMFilterConvertToSRGB.h"
 
+const LMFilterDeclaration& LMFilterConvertToSRGB::declaration()
+{
+    static const LMFilterDeclaration declared =
+        LMFilterDeclaration("to-srgb", "colour", "encodes linear colour to sRGB").input("input", "the image, linear");
+    return declared;
+}
+
 std::string LMFilterConvertToSRGB::kernelSource() const
 {
     return "void main(){    vec3 incolor = texture(lm_input, lm_location).rgb;    lm_output = mix(incolor * 12.92, "

@@ -9,5 +9,6 @@
 // thread; the filter's own GL steps run as one block on the context's GL queue.
 class LMFilterConvertToSRGB : public LMFilterClass<LMFilterConvertToSRGB, LMFilterSingleInput> {
 public:
+    static const LMFilterDeclaration& declaration();
     std::string kernelSource() const override;
 };

@@ -10,6 +10,7 @@
 // thread; the filter's own GL steps run as one block on the context's GL queue.
 class LMFilterFader : public LMFilterClass<LMFilterFader, LMFilterSingleInput> {
 public:
+    static const LMFilterDeclaration& declaration();
     std::string kernelSource() const override;
     std::vector<std::string> controlNames() const override { return {"control"}; }
 

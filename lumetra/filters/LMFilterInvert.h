@@ -8,5 +8,6 @@
 // thread; the filter's own GL steps run as one block on the context's GL queue.
 class LMFilterInvert : public LMFilterClass<LMFilterInvert, LMFilterSingleInput> {
 public:
+    static const LMFilterDeclaration& declaration();
     std::string kernelSource() const override;
 };

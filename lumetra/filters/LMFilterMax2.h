@@ -8,6 +8,7 @@
 // thread; the filter's own GL steps run as one block on the context's GL queue.
 class LMFilterMax2 : public LMFilterClass<LMFilterMax2> {
 public:
+    static const LMFilterDeclaration& declaration();
     std::string kernelSource() const override;
     std::vector<std::string> inputNames() const override { return {"inputA", "inputB"}; }
 

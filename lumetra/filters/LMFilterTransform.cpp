@@ -1,16 +1,24 @@
 #include "lumetra/filters/LMFilterTransform.h"
 
-#include "lumetra/graph/LMMatrix3.h"
+const LMFilterDeclaration& LMFilterTransform::declaration()
+{
+    static const LMFilterDeclaration declared =
+        LMFilterDeclaration(
+            "transform", "geometry",
+            "moves, rotates and scales the image, tiling over the edges; steps apply in the order given")
+            .input("input", "the image")
+            .uniform("transformMatrix", LMParameter::Type::Matrix3,
+                     LMValue{1.0, 0.0, 0.0, 0.0, 1.0, 0.0, 0.0, 0.0, 1.0}, "the inverse transform, column by column")
+            .libraryOnly()
+            .demo("transform rotate=30 scale=0.7")
+            .createsContextDimensionsUniform();
+    return declared;
+}
 
 std::string LMFilterTransform::kernelSource() const
 {
     return "void main() {    vec2 loc = mod((lm_transformMatrix * vec3(lm_location.x, lm_location.y, 1.0)).st, "
            "lm_contextDimensions);    lm_output = texture(lm_input, loc).rgb; } ";
-}
-
-std::vector<std::shared_ptr<LMUniform>> LMFilterTransform::otherUniforms() const
-{
-    return {LMMatrix3::matrixWithName("transformMatrix")};
 }
 
 void LMFilterTransform::init()

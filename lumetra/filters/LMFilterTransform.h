@@ -14,9 +14,8 @@
 // thread; the filter's own GL steps run as one block on the context's GL queue.
 class LMFilterTransform : public LMFilterClass<LMFilterTransform, LMFilterSingleInput> {
 public:
+    static const LMFilterDeclaration& declaration();
     std::string kernelSource() const override;
-    std::vector<std::shared_ptr<LMUniform>> otherUniforms() const override;
-    bool automaticallyCreatesContextDimensionsUniform() const override { return true; }
     // Starts from the identity.
     void init() override;
 

@@ -23,10 +23,10 @@
 
 namespace {
 
-bool isCompatibleDrawable(const std::shared_ptr<LMDrawable>& drawable, const LMContext& context)
+bool isCompatibleDrawable(const std::shared_ptr<LMDrawable>& drawable, LMSize size)
 {
     const auto* image = dynamic_cast<const LMImage*>(drawable.get());
-    return !image || image->dimensions() == context.dimensions();
+    return !image || image->dimensions() == size;
 }
 
 // The classes seen so far under each printed name, in the order first seen.
@@ -51,7 +51,7 @@ std::string uniqueProgramKey(const std::string& name, std::type_index type)
 bool isCompatible(const LMValue& value, const std::shared_ptr<LMContext>& context)
 {
     const std::shared_ptr<LMDrawable> drawable = value.drawable();
-    return !drawable || !context || isCompatibleDrawable(drawable, *context);
+    return !drawable || !context || isCompatibleDrawable(drawable, context->dimensions());
 }
 
 LMFilter::LMFilter() : scaler_(std::make_shared<LMScalerStretch>())
@@ -231,7 +231,8 @@ bool LMFilter::isDeclaredKey(std::string_view key) const
         if (uniform && uniform->name() == key)
             return true;
     }
-    return false;
+    const LMFilterDeclaration* declaration = filterDeclaration();
+    return declaration && declaration->parameterNamed(key);
 }
 
 void LMFilter::reportUnknownKey(std::string_view key)
@@ -246,6 +247,10 @@ void LMFilter::reportUnknownKey(std::string_view key)
     for (const auto& uniform : otherUniforms_) {
         if (uniform)
             known.push_back(uniform->name());
+    }
+    if (const LMFilterDeclaration* declaration = filterDeclaration()) {
+        for (const std::string& name : declaration->namesWithRole(LMParameter::Role::Setting))
+            known.push_back(name);
     }
     const auto declared = static_cast<std::ptrdiff_t>(known.size());
     for (const auto& [name, value] : properties_) {
@@ -305,6 +310,44 @@ std::vector<double> LMFilter::numbersProperty(std::string_view key) const
     return {};
 }
 
+double LMFilter::numberSetting(std::string_view name) const
+{
+    const LMFilterDeclaration* declaration = filterDeclaration();
+    const LMParameter* parameter = declaration ? declaration->parameterNamed(name) : nullptr;
+    if (!parameter)
+        return 0;
+    const double fallback = parameter->defaultValue.number() ? *parameter->defaultValue.number() : 0;
+    const double value = numberProperty(name).value_or(fallback);
+    if (std::string problem = parameter->problemWithNumber(value); !problem.empty()) {
+        // Absent means the default here.
+        reportOnce(name, "is " + LMParameter::numberText(value) + ", which " + problem);
+        return fallback;
+    }
+    return value;
+}
+
+std::string LMFilter::choiceSetting(std::string_view name) const
+{
+    const LMFilterDeclaration* declaration = filterDeclaration();
+    const LMParameter* parameter = declaration ? declaration->parameterNamed(name) : nullptr;
+    if (!parameter)
+        return "";
+    const std::string fallback = parameter->defaultText();
+    auto stored = properties_.find(name);
+    if (stored == properties_.end() || stored->second.isNone())
+        return fallback;
+    const std::string* text = stored->second.string();
+    if (!text) {
+        reportWrongKind(name, stored->second, "a string");
+        return fallback;
+    }
+    if (std::find(parameter->choices.begin(), parameter->choices.end(), *text) == parameter->choices.end()) {
+        reportOnce(name, "is \"" + *text + "\", not " + parameter->typeDescription());
+        return fallback;
+    }
+    return *text;
+}
+
 // Shader assembly and program loading
 
 std::string LMFilter::preprocessedFragmentShaderSource() const
@@ -359,7 +402,12 @@ bool LMFilter::programIsUsableWithContext(const std::shared_ptr<LMContext>& cont
 
 LMSize LMFilter::outputSizeForContext(const LMContext& context) const
 {
-    return usesCustomOutputSize_ ? customOutputSize_ : context.dimensions();
+    return usesCustomOutputSize_ ? customOutputSize_ : workingSizeForContext(context);
+}
+
+LMSize LMFilter::workingSizeForContext(const LMContext& context) const
+{
+    return workingSize_.value_or(context.dimensions());
 }
 
 std::shared_ptr<LMImage> LMFilter::drawWithContext(const std::shared_ptr<LMContext>& context)
@@ -429,10 +477,11 @@ void LMFilter::drawInputsWithContext(const std::shared_ptr<LMContext>& context)
     // Filled aside and stored at the end: an input's draw may run host code
     // that changes this filter's input names.
     std::vector<std::shared_ptr<LMImage>> values(inputNames_.size());
+    const LMSize workingSize = workingSizeForContext(*context);
     for (size_t i = 0; i < values.size() && i < inputNames_.size(); ++i) {
         const std::shared_ptr<LMDrawable> input = drawableProperty(inputNames_[i]);
         std::shared_ptr<LMImage> image;
-        if (input && !isCompatibleDrawable(input, *context))
+        if (input && !isCompatibleDrawable(input, workingSize))
             reportOnce(inputNames_[i], "is an image of another size");
         else if (input)
             image = input->drawWithContext(context);
@@ -460,7 +509,8 @@ std::shared_ptr<LMImage> LMFilter::inputValueForName(std::string_view name) cons
 
 void LMFilter::updateVAOIfNeededForContext(const std::shared_ptr<LMContext>& context)
 {
-    if (!usesCustomOutputSize_) {
+    const LMSize workingSize = workingSizeForContext(*context);
+    if (!usesCustomOutputSize_ && workingSize == context->dimensions()) {
         context->bindToSharedVAO();
         return;
     }
@@ -479,7 +529,8 @@ void LMFilter::updateVAOIfNeededForContext(const std::shared_ptr<LMContext>& con
 
     std::shared_ptr<LMProgram> program = program_.lock();
     context->executeOpenGLNoContextSwitch([&] {
-        vaoState_->setInputDims(context->dimensions());
+        vaoState_->setInputDims(workingSize);
+        vaoState_->setOutputDims(outputSizeForContext(*context));
         if (vaoState_->update(*context->gl()) && program)
             LMVAOStateTextured::describeVertexLayout(*program);
         vaoState_->bindVAO(*context->gl());
@@ -570,7 +621,7 @@ void LMFilter::uploadUniforms(LMContext& context, LMProgram& program, LMSize out
                                                   valueForKey(otherUniforms_[i]->name()), owner);
         }
 
-        const LMSize dimensions = context.dimensions();
+        const LMSize dimensions = workingSizeForContext(context);
         if (shouldCreateContextDimensionsUniform_)
             glUniform2f(program.uniformLocation("lm_contextDimensions"), static_cast<GLfloat>(dimensions.width),
                         static_cast<GLfloat>(dimensions.height));

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "lumetra/graph/LMDrawableCaching.h"
+#include "lumetra/graph/LMFilterDeclaration.h"
 #include "lumetra/graph/LMImage.h"
 #include "lumetra/graph/LMScaler.h"
 #include "lumetra/graph/LMUniform.h"
@@ -56,6 +57,11 @@ public:
     virtual std::vector<std::shared_ptr<LMUniform>> otherUniforms() const;
     virtual bool automaticallyCreatesContextDimensionsUniform() const;
     virtual bool automaticallyCreatesTargetDimensionsUniform() const;
+    // The class's declaration of its parameters, when it has one (see
+    // LMFilterDeclaration); LMFilterClass answers it for a class that
+    // declares. Its Setting parameters are keys the filter knows and, through
+    // the handle, setters that mark it.
+    virtual const LMFilterDeclaration* filterDeclaration() const { return nullptr; }
     // The name of the filter's class, for its programs and its log lines.
     virtual std::string className() const;
     // The key of the filter's program in a context's program cache: the
@@ -106,8 +112,19 @@ public:
     std::shared_ptr<LMScaler> scaler() const { return scaler_; }
     // Null sets the default, a new stretch scaler.
     virtual void setScaler(std::shared_ptr<LMScaler> scaler);
-    // The size a draw makes now: the custom size when used, else the context's.
+    // The size a draw makes now: the custom size when used, else the working size.
     LMSize outputSizeForContext(const LMContext& context) const;
+    // The size the filter works at in place of its context's dimensions: the
+    // size its input images must have, the size it draws at (unless a custom
+    // output size is used), the input side of its scaler and the value of
+    // lm_contextDimensions. Unset, the default, it is the context's
+    // dimensions. A graph whose image changes size on the way (after a resize
+    // or a crop) sets it on every filter downstream of the change. Like the
+    // output size, setting it marks nothing: a new size makes the cached
+    // output unfit anyway.
+    std::optional<LMSize> workingSize() const { return workingSize_; }
+    void setWorkingSize(std::optional<LMSize> size) { workingSize_ = size; }
+    LMSize workingSizeForContext(const LMContext& context) const;
 
     // The lists read from the hooks at creation; the setters replace them.
     const std::vector<std::string>& storedInputNames() const { return inputNames_; }
@@ -152,8 +169,19 @@ protected:
     // under that name, so that what it stores marks only if that name is
     // watched. Forgetting it costs a redraw, never a stale image.
     void announceSetter(std::string_view setterName);
+    // For a subclass that draws in its own way (LMMultiPassFilter).
+    void setLastUsedContext(const std::shared_ptr<LMContext>& context) { lastUsedContext_ = context; }
     // Stores without any marking: for the filter's own bookkeeping.
     void storeProperty(std::string_view key, LMValue value);
+
+    // Declared settings, read as their declaration says: the stored value,
+    // else the default. A number outside the declared range and a choice
+    // that is not one of the declared ones read as the default, reported
+    // once per key. Asking for an undeclared name is a
+    // mistake of the filter's own code and reads as 0 or "".
+    double numberSetting(std::string_view name) const;
+    std::string choiceSetting(std::string_view name) const;
+    bool flagSetting(std::string_view name) const { return numberSetting(name) != 0; }
 
     // Typed views of the store. A value of another kind reads as absent and
     // is reported once per key.
@@ -209,6 +237,7 @@ private:
     std::shared_ptr<LMImage> cachedOutput_;
     std::shared_ptr<LMScaler> scaler_;
     bool usesCustomOutputSize_ = false;
+    std::optional<LMSize> workingSize_;
     LMSize customOutputSize_{640, 480};
     // The filter's own quad and the context whose GL objects it holds.
     std::shared_ptr<LMVAOStateTextured> vaoState_;

@@ -5,8 +5,18 @@
 #include "lumetra/nodes/LMFilterProxy.h"
 #include "lumetra/nodes/LMFilterRef.h"
 
+#include <concepts>
 #include <memory>
 #include <type_traits>
+
+// A filter class that declares its parameters (see LMFilterDeclaration).
+template <class Filter>
+concept LMDeclaredFilter = requires
+{
+    {
+        Filter::declaration()
+        } -> std::convertible_to<const LMFilterDeclaration&>;
+};
 
 // The one line a filter class needs for its class constructors:
 //
@@ -53,6 +63,49 @@ public:
         return created;
     }
     // clang-format on
+
+    const LMFilterDeclaration* filterDeclaration() const override
+    {
+        if constexpr (LMDeclaredFilter<Self>)
+            return &Self::declaration();
+        else
+            return Base::filterDeclaration();
+    }
+    std::vector<std::string> inputNames() const override
+    {
+        if constexpr (LMDeclaredFilter<Self>)
+            return Self::declaration().namesWithRole(LMParameter::Role::Input);
+        else
+            return Base::inputNames();
+    }
+    std::vector<std::string> controlNames() const override
+    {
+        if constexpr (LMDeclaredFilter<Self>)
+            return Self::declaration().namesWithRole(LMParameter::Role::Control);
+        else
+            return Base::controlNames();
+    }
+    std::vector<std::shared_ptr<LMUniform>> otherUniforms() const override
+    {
+        if constexpr (LMDeclaredFilter<Self>)
+            return Self::declaration().makeUniforms();
+        else
+            return Base::otherUniforms();
+    }
+    bool automaticallyCreatesContextDimensionsUniform() const override
+    {
+        if constexpr (LMDeclaredFilter<Self>)
+            return Self::declaration().createsContextDimensions();
+        else
+            return Base::automaticallyCreatesContextDimensionsUniform();
+    }
+    bool automaticallyCreatesTargetDimensionsUniform() const override
+    {
+        if constexpr (LMDeclaredFilter<Self>)
+            return Self::declaration().createsTargetDimensions();
+        else
+            return Base::automaticallyCreatesTargetDimensionsUniform();
+    }
 
     // Self's name, not that of the class the constructors really make.
     std::string className() const override { return LMFilter::nameOfType(typeid(Self)); }

@@ -27,6 +27,11 @@ LMFilterProxy::LMFilterProxy(std::shared_ptr<LMFilter> target) : target_(std::mo
         if (uniform)
             watchedMethods_.push_back(setterNameForProperty(uniform->name()));
     }
+    // A declared setting changes what the filter draws as much as a control does.
+    if (const LMFilterDeclaration* declaration = target_->filterDeclaration()) {
+        for (const std::string& name : declaration->namesWithRole(LMParameter::Role::Setting))
+            watchedMethods_.push_back(setterNameForProperty(name));
+    }
 }
 
 LMFilterProxy::~LMFilterProxy()
