@@ -43,8 +43,9 @@ LMSize LMFilterCrop::outputSizeForInputSizes(const std::vector<LMSize>& inputSiz
 
 std::vector<const LMRenderPass*> LMFilterCrop::renderPasses() const
 {
-    static const LMRenderPass copy("copy", "uniform sampler2DRect source; uniform vec2 offset; "
-                                           "void main() { lm_output = texture(source, gl_FragCoord.xy + offset).rgb; }");
+    static const LMRenderPass copy("copy",
+                                   "uniform sampler2DRect source; uniform vec2 offset; "
+                                   "void main() { lm_output = texture(source, gl_FragCoord.xy + offset).rgb; }");
     return {&copy};
 }
 

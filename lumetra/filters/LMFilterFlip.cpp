@@ -16,8 +16,9 @@ std::vector<const LMRenderPass*> LMFilterFlip::renderPasses() const
 {
     // mirror is (1, 0) or (0, 1): the axis that runs backwards.
     static const LMRenderPass mirror(
-        "mirror", "uniform sampler2DRect source; uniform vec2 size; uniform vec2 mirror; "
-                  "void main() { lm_output = texture(source, mix(gl_FragCoord.xy, size - gl_FragCoord.xy, mirror)).rgb; }");
+        "mirror",
+        "uniform sampler2DRect source; uniform vec2 size; uniform vec2 mirror; "
+        "void main() { lm_output = texture(source, mix(gl_FragCoord.xy, size - gl_FragCoord.xy, mirror)).rgb; }");
     return {&mirror};
 }
 

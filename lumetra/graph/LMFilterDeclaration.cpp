@@ -25,8 +25,8 @@ LMFilterDeclaration& LMFilterDeclaration::input(std::string name, std::string he
     return parameter(std::move(declared));
 }
 
-LMFilterDeclaration& LMFilterDeclaration::control(std::string name, double defaultValue, double minimum,
-                                                  double maximum, std::string unit, std::string help)
+LMFilterDeclaration& LMFilterDeclaration::control(std::string name, double defaultValue, double minimum, double maximum,
+                                                  std::string unit, std::string help)
 {
     number(std::move(name), defaultValue, minimum, maximum, std::move(unit), std::move(help));
     parameters_.back().role = LMParameter::Role::Control;
@@ -45,8 +45,8 @@ LMFilterDeclaration& LMFilterDeclaration::uniform(std::string name, LMParameter:
     return parameter(std::move(declared));
 }
 
-LMFilterDeclaration& LMFilterDeclaration::number(std::string name, double defaultValue, double minimum,
-                                                 double maximum, std::string unit, std::string help)
+LMFilterDeclaration& LMFilterDeclaration::number(std::string name, double defaultValue, double minimum, double maximum,
+                                                 std::string unit, std::string help)
 {
     LMParameter declared;
     declared.name = std::move(name);
@@ -58,8 +58,8 @@ LMFilterDeclaration& LMFilterDeclaration::number(std::string name, double defaul
     return parameter(std::move(declared));
 }
 
-LMFilterDeclaration& LMFilterDeclaration::integer(std::string name, double defaultValue, double minimum,
-                                                  double maximum, std::string unit, std::string help)
+LMFilterDeclaration& LMFilterDeclaration::integer(std::string name, double defaultValue, double minimum, double maximum,
+                                                  std::string unit, std::string help)
 {
     number(std::move(name), defaultValue, minimum, maximum, std::move(unit), std::move(help));
     parameters_.back().type = LMParameter::Type::Integer;

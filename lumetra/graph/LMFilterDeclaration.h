@@ -37,8 +37,8 @@ public:
     LMFilterDeclaration& control(std::string name, double defaultValue, double minimum, double maximum,
                                  std::string unit, std::string help);
     LMFilterDeclaration& uniform(std::string name, LMParameter::Type type, LMValue defaultValue, std::string help);
-    LMFilterDeclaration& number(std::string name, double defaultValue, double minimum, double maximum,
-                                std::string unit, std::string help);
+    LMFilterDeclaration& number(std::string name, double defaultValue, double minimum, double maximum, std::string unit,
+                                std::string help);
     LMFilterDeclaration& integer(std::string name, double defaultValue, double minimum, double maximum,
                                  std::string unit, std::string help);
     LMFilterDeclaration& flag(std::string name, bool defaultValue, std::string help);

@@ -27,6 +27,10 @@ public:
     virtual LMSize outputSizeForInputSizes(const std::vector<LMSize>& inputSizes) const;
     LMSize outputSizeForInputSize(LMSize size) const { return outputSizeForInputSizes({size}); }
 
+    // The input named "input", which most of these filters read.
+    std::shared_ptr<LMDrawable> input() const { return drawableProperty("input"); }
+    void setInput(std::shared_ptr<LMDrawable> input) { setProperty("input", std::move(input)); }
+
     // Valid while nothing is marked and the context is the one, at the size,
     // of the draw that made it.
     std::shared_ptr<LMImage> validCachedOutputForContext(const std::shared_ptr<LMContext>& context) override;

@@ -50,8 +50,7 @@ public:
     // the filter's own block. Null when no target could be leased (the pool
     // said why); black when the program does not link (the compiler said
     // why, once).
-    std::shared_ptr<LMImage> draw(const std::shared_ptr<LMContext>& context, const std::string& programKey,
-                                  LMSize size,
+    std::shared_ptr<LMImage> draw(const std::shared_ptr<LMContext>& context, const std::string& programKey, LMSize size,
                                   std::initializer_list<std::pair<const char*, const LMImage*>> samplers,
                                   const std::function<void(Uniforms&)>& uniforms = {}) const;
 

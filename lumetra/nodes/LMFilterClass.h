@@ -2,6 +2,7 @@
 
 #include "lumetra/graph/LMFilter.h"
 #include "lumetra/graph/LMFilterSingleInput.h"
+#include "lumetra/graph/LMMultiPassFilter.h"
 #include "lumetra/nodes/LMFilterProxy.h"
 #include "lumetra/nodes/LMFilterRef.h"
 
@@ -23,7 +24,7 @@ concept LMDeclaredFilter = requires
 //     class MyFilter : public LMFilterClass<MyFilter, LMFilterSingleInput> { ... };
 //
 // gives MyFilter::filter(), filterWithContext(context) and, for one-input
-// filters, filterWithInput(node), each returning an LMFilterRef<MyFilter>
+// filters and multi-pass filters, filterWithInput(node), each returning an LMFilterRef<MyFilter>
 // through a new proxy. Filter classes need a default constructor (it may be
 // protected) and must not be final.
 //
@@ -56,7 +57,7 @@ public:
     // (clang-format 14 misplaces requires-clauses)
     // clang-format off
     static LMFilterRef<Self> filterWithInput(std::shared_ptr<LMDrawable> input)
-        requires std::is_base_of_v<LMFilterSingleInput, Base>
+        requires(std::is_base_of_v<LMFilterSingleInput, Base> || std::is_base_of_v<LMMultiPassFilter, Base>)
     {
         LMFilterRef<Self> created = filter();
         created->setInput(std::move(input));

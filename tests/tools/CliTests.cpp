@@ -120,6 +120,37 @@ TEST_F(CliTest, ChainsGiveTheFiltersArithmeticInPNGAndJPEG)
     }
 }
 
+// Crop and rot change the size; every filter after them works at the new
+// one (the transform tiles over the 12 by 20 image, not the context).
+TEST_F(CliTest, SizeChangesInsideAChainCarryToEveryFilterAfter)
+{
+    const auto [status, err] = run(
+        "in.png -o out.png -- crop x=10 y=4 width=20 height=12 -- rot angle=90 -- transform translate=5,0 -- invert");
+    ASSERT_EQ(status, 0) << err;
+    // From the top-left: the crop's (cx, cy) is the source's (10 + cx, 4 + cy);
+    // turned clockwise, the 12 by 20 image's (tx, ty) is the crop's (ty, 11 - tx).
+    const Pixels expected = pixelsOf(12, 20, [](int x, int y) {
+        const int tx = (x - 5 + 12) % 12, ty = 19 - y;
+        const Pixel p = source.at(10 + ty, height - 1 - (4 + 11 - tx));
+        return Pixel{uint8_t(255 - p[0]), uint8_t(255 - p[1]), uint8_t(255 - p[2]), 255};
+    });
+    expectPixels("out.png", expected, 0);
+}
+
+// The list comes from the library's registry, by group; each filter's help from its declaration.
+TEST_F(CliTest, HelpListsEveryRegisteredFilter)
+{
+    const std::string command = "env -u DISPLAY '" LUMETRA_TOOL "' --help > '" + path("help.txt") + "'";
+    ASSERT_EQ(std::system(command.c_str()), 0);
+    const std::string help = contents("help.txt");
+    for (const LMFilterRegistry::Entry& entry : LMFilterRegistry::shared().entries())
+        EXPECT_NE(help.find("    " + entry.declaration->toolName() + " "), std::string::npos)
+            << entry.declaration->toolName();
+    const std::string crop = "env -u DISPLAY '" LUMETRA_TOOL "' --help crop > '" + path("crop.txt") + "'";
+    ASSERT_EQ(std::system(crop.c_str()), 0);
+    EXPECT_NE(contents("crop.txt").find("width=(required)  the width, in pixels (1 to any)"), std::string::npos);
+}
+
 TEST_F(CliTest, FitsThePictureToAContextOfAnotherSize)
 {
     ASSERT_EQ(run("in.png -o big.png --size 128x96 --fit stretch -- invert").first, 0);
@@ -150,6 +181,10 @@ TEST_F(CliTest, BadInputEndsWithOneMessageAndNoOutput)
         {"in.png -o out.png -- blur", 2, "unknown filter \"blur\"", "", true},
         {"in.png -o out.png -- fader control=nan", 2, "control=nan: not a finite number"},
         {"in.png -o out.png -- circle center=1,2", 2, "radius= is required", "", true},
+        {"in.png -o out.png -- crop width=0 height=5", 2, "crop: width=0: must be at least 1"},
+        {"in.png -o out.png -- crop width=5", 2, "crop: height= is required", "", true},
+        {"in.png -o out.png -- rot angle=45", 2, "rot: angle=45: not one of 90|180|270"},
+        {"in.png -o out.png -- flip mirror=yes", 2, "flip: unknown key \"mirror\"", "", true},
         {"in.png -o out.png --size 99999x10 -- invert", 1, "outside this renderer's limits"},
         {"in.png -o out.png --bogus -- invert", 2, "unknown option --bogus"},
         {"in.png -o out.png --fit squash -- invert", 2, "--fit \"squash\" is neither fill nor stretch"},
