@@ -5,7 +5,8 @@
 #include "lumetra/platform/LMFloatMatrix3.h"
 
 // Moves, scales, rotates or shears its input by an affine transform, the
-// image tiling over the edges of the context's area. The kernel reads the
+// image tiling over the edges of the context's area (or, by its edge
+// setting, clamped to its edge pixels or black outside). The kernel reads the
 // inverse of the transform as the nine-number list transformMatrix (column
 // by column), so each output pixel looks up where it comes from; a
 // transform that cannot be inverted leaves the input unmoved.
@@ -18,6 +19,13 @@ public:
     std::string kernelSource() const override;
     // Starts from the identity.
     void init() override;
+    // With an edge other than tile, the same lookup drawn with that edge.
+    std::shared_ptr<LMImage> applyProgramWithContext(const std::shared_ptr<LMContext>& context) override;
+
+    // "tile" (the default), "clamp" or "black": what lies outside the image.
+    // With a custom output size the filter always tiles.
+    std::string edge() const { return choiceSetting("edge"); }
+    void setEdge(std::string edge) { setProperty("edge", std::move(edge)); }
 
     LMAffineTransform transform() const { return transform_; }
     // Computes the inverse matrix and its list, and marks the filter itself.

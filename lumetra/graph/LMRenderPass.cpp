@@ -27,6 +27,11 @@ void LMRenderPass::Uniforms::setInteger(const char* name, int value)
     glUniform1i(program_.uniformLocation(name), value);
 }
 
+void LMRenderPass::Uniforms::setMatrix3(const char* name, const GLfloat* columns)
+{
+    glUniformMatrix3fv(program_.uniformLocation(name), 1, GL_FALSE, columns);
+}
+
 std::shared_ptr<LMProgram> LMRenderPass::programWithContext(LMContext& context, const std::string& programKey) const
 {
     const std::string key = programKey + "/" + name_;

@@ -39,6 +39,8 @@ public:
         void set(const char* name, double x, double y);
         void set3(const char* name, double x, double y, double z);
         void setInteger(const char* name, int value);
+        // Nine floats, column by column.
+        void setMatrix3(const char* name, const GLfloat* columns);
 
     private:
         LMProgram& program_;

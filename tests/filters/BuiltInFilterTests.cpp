@@ -122,6 +122,27 @@ TEST_F(BuiltInFilters, TransformMovesTurnsMirrorsAndScalesWholePixelsWithWrapAro
     }
 }
 
+// Moved by (2, -1): what comes in from outside is the edge pixel or black,
+// by the edge setting; a change of edge marks the filter (caching is on).
+TEST_F(BuiltInFilters, TransformEdgeSaysWhatLiesOutsideTheImage)
+{
+    auto transform = LMFilterTransform::filterWithInput(input);
+    transform->setTransform(LMAffineTransform{}.translateXBy(2, -1));
+    const auto inside = [](int x, int y) { return x - 2 >= 0 && y + 1 < 4; };
+    const std::tuple<const char*, Pixels> cases[] = {
+        {"clamp", pixelsOf(6, 4, [](int x, int y) { return picture.at(std::max(x - 2, 0), std::min(y + 1, 3)); })},
+        {"black", pixelsOf(6, 4,
+                           [&](int x, int y) {
+                               return inside(x, y) ? picture.at(x - 2, y + 1) : Pixel{0, 0, 0, 255};
+                           })},
+        {"tile", pixelsOf(6, 4, [](int x, int y) { return picture.at((x + 4) % 6, (y + 1) % 4); })},
+    };
+    for (const auto& [edge, expected] : cases) {
+        transform->setEdge(edge);
+        EXPECT_TRUE(samePixels(drawnPixels(transform, context), expected)) << edge;
+    }
+}
+
 // Half a pixel over, each output pixel is the mean of the two input pixels
 // it straddles; at the left edge the first column is clamped, not wrapped.
 TEST_F(BuiltInFilters, TransformBlendsThePixelsAFractionalMoveStraddles)

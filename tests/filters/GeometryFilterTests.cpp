@@ -43,7 +43,8 @@ TEST_F(GeometryFilters, CropFlipAndRotMoveWholePixels)
         {"crop 4x3 at (2, 1)", crop, pixelsOf(4, 3, [](int x, int y) { return fromTopLeft(x + 2, 1 + (2 - y)); })},
         {"flip horizontal", horizontal,
          pixelsOf(width, height, [](int x, int y) { return picture.at(width - 1 - x, y); })},
-        {"flip vertical", vertical, pixelsOf(width, height, [](int x, int y) { return picture.at(x, height - 1 - y); })},
+        {"flip vertical", vertical,
+         pixelsOf(width, height, [](int x, int y) { return picture.at(x, height - 1 - y); })},
     };
     // Clockwise, in GL's bottom-up pixels: output (x, y) reads the input at
     // 90: (width-1-y, x); 180: (width-1-x, height-1-y); 270: (y, height-1-x).
