@@ -168,6 +168,22 @@ void LMFilter::rebuildUniformNames()
     for (const auto& uniform : otherUniforms_)
         otherUniformNames_.push_back(uniform ? uniformName(uniform->name()) : std::string());
     inputValues_.assign(inputNames_.size(), nullptr);
+
+    // What an unset control or uniform uploads: its declared default, else
+    // nothing (a control then reads 0, a uniform zeros).
+    const LMFilterDeclaration* declaration = filterDeclaration();
+    auto declaredDefault = [declaration](const std::string& name) {
+        const LMParameter* parameter = declaration ? declaration->parameterNamed(name) : nullptr;
+        return parameter ? parameter->defaultValue : LMValue();
+    };
+    controlDefaults_.clear();
+    for (const std::string& name : controlNames_) {
+        const LMValue fallback = declaredDefault(name);
+        controlDefaults_.push_back(fallback.number() ? *fallback.number() : 0.0);
+    }
+    uniformDefaults_.clear();
+    for (const auto& uniform : otherUniforms_)
+        uniformDefaults_.push_back(uniform ? declaredDefault(uniform->name()) : LMValue());
 }
 
 // The property store
@@ -611,14 +627,16 @@ void LMFilter::uploadUniforms(LMContext& context, LMProgram& program, LMSize out
         }
 
         for (size_t i = 0; i < controlNames_.size(); ++i) {
-            const double value = numberProperty(controlNames_[i]).value_or(0.0);
+            const double value = numberProperty(controlNames_[i]).value_or(controlDefaults_[i]);
             glUniform1f(program.uniformLocation(controlUniformNames_[i]), static_cast<GLfloat>(value));
         }
 
         for (size_t i = 0; i < otherUniforms_.size(); ++i) {
-            if (otherUniforms_[i])
-                otherUniforms_[i]->bindToLocation(program.uniformLocation(otherUniformNames_[i]),
-                                                  valueForKey(otherUniforms_[i]->name()), owner);
+            if (!otherUniforms_[i])
+                continue;
+            const LMValue value = valueForKey(otherUniforms_[i]->name());
+            otherUniforms_[i]->bindToLocation(program.uniformLocation(otherUniformNames_[i]),
+                                              value.isNone() ? uniformDefaults_[i] : value, owner);
         }
 
         const LMSize dimensions = workingSizeForContext(context);

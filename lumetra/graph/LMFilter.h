@@ -219,6 +219,9 @@ private:
     std::vector<std::string> inputUniformNames_;
     std::vector<std::string> controlUniformNames_;
     std::vector<std::string> otherUniformNames_;
+    // The declared defaults of the controls and uniforms, in the same order.
+    std::vector<double> controlDefaults_;
+    std::vector<LMValue> uniformDefaults_;
 
     std::unordered_map<std::string, LMValue, NameHash, std::equal_to<>> properties_;
     mutable std::unordered_map<std::string, bool, NameHash, std::equal_to<>> reportedKeys_;
