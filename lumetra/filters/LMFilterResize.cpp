@@ -18,7 +18,7 @@ const LMFilterDeclaration& LMFilterResize::declaration()
             .number("gap", 2, 0, inf, "",
                     "shrinking by more than twice this, whole blocks are averaged first down to a ratio of at most "
                     "twice this; 0 applies the kernel over every pixel")
-            .demo("resize width=96 height=40 kernel=bicubic");
+            .demo("resize width=160 kernel=bicubic");
     return declared;
 }
 
