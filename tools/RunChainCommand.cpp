@@ -170,9 +170,11 @@ int runChainCommand(const CommandLine& line, LogRecorder& log)
             context->setDimensions(picture->size());
 
         ChainBuilder builder(context, fit, log);
-        auto source = picture->lumetraImageWithContext(context, fit);
+        // At its own size, then resampled to the context's.
+        auto source = picture->lumetraImageOfOwnSizeWithContext(context);
         if (!source)
             throw CliError("cannot bring " + input + " into the GL context");
+        source = builder.fitted(source, context->dimensions());
         auto result = builder.build(chain, source, context->dimensions());
         double milliseconds = 0;
         auto image = timer ? timer->draw(result, context, milliseconds) : result->drawWithContext(context);

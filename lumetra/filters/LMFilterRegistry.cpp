@@ -17,6 +17,7 @@ LMFilterRegistry& LMFilterRegistry::shared()
         builtIn.add<LMFilterCrop>();
         builtIn.add<LMFilterFlip>();
         builtIn.add<LMFilterRotate>();
+        builtIn.add<LMFilterResize>();
         builtIn.add<LMFilterMax2>();
         builtIn.add<LMFilterCircle>();
         return builtIn;

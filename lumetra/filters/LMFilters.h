@@ -11,5 +11,6 @@
 #include "lumetra/filters/LMFilterInvert.h"
 #include "lumetra/filters/LMFilterMax2.h"
 #include "lumetra/filters/LMFilterMaxComponent.h"
+#include "lumetra/filters/LMFilterResize.h"
 #include "lumetra/filters/LMFilterRotate.h"
 #include "lumetra/filters/LMFilterTransform.h"

@@ -64,12 +64,21 @@ public:
     std::shared_ptr<LMImage> lumetraImageWithContext(const std::shared_ptr<LMContext>& context,
                                                      LMContentScaleMode mode) const;
     std::shared_ptr<LMImage> lumetraImageWithContext(const std::shared_ptr<LMContext>& context) const;
+    // A new image of the picture's own size in pixels (truncated as when it
+    // is drawn), whatever the context's size, holding the picture pixel for
+    // pixel, colour multiplied by alpha. Resample it to another size with a
+    // filter (LMFilterResize). Null without a live context, below one pixel
+    // either way, or when no target could be leased or filled (logged).
+    std::shared_ptr<LMImage> lumetraImageOfOwnSizeWithContext(const std::shared_ptr<LMContext>& context) const;
     // The image's pixels read back into a new picture of its floored size,
     // alpha opaque. Null for a null image, one whose context is gone, one
     // with no render target, or when GL reports an error reading it (logged).
     static std::shared_ptr<LMPicture> imageWithLMImage(const std::shared_ptr<LMImage>& image);
 
 private:
+    // The rasterised picture upright in GL's bottom-up rows, colour
+    // multiplied by alpha: what every upload sends. Null when it cannot be made.
+    std::shared_ptr<LMBitmap> uprightBitmapForUpload() const;
     bool writeToFile(const std::string& path,
                      const std::function<bool(const LMBitmap&, std::FILE*, std::string&)>& write) const;
     LMPicture(std::shared_ptr<LMBitmap> bitmap, LMSize size);

@@ -30,37 +30,60 @@ void multiplyByAlpha(LMBitmap& bitmap)
 
 } // namespace
 
+std::shared_ptr<LMBitmap> LMPicture::uprightBitmapForUpload() const
+{
+    // Drawing and flipping on the calling thread; only the upload on the GL queue.
+    std::shared_ptr<LMBitmap> raster = rasterizedBitmap();
+    if (!raster)
+        return nullptr;
+    std::shared_ptr<LMBitmap> upright = flippedBIR(raster, raster->pixelsWide(), raster->pixelsHigh());
+    if (upright)
+        multiplyByAlpha(*upright);
+    return upright;
+}
+
+namespace {
+
+// Uploads the bitmap into the bound rectangle texture: a new texture of its
+// size (GL_RGBA8) or, with `replace`, over the texture's lower-left corner.
+// On the GL queue; false when GL reports an error.
+bool uploadBitmap(const LMBitmap& upright, bool replace)
+{
+    // A host block may have left skips, swapping or an unpack buffer
+    // that would read outside the bitmap.
+    LMOpenGL::setUploadState();
+    // Rows are padded: GL must step by the bitmap's true row length.
+    glPixelStorei(GL_UNPACK_ROW_LENGTH, upright.bytesPerRow() * 8 / upright.bitsPerPixel());
+    glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
+    if (replace)
+        glTexSubImage2D(GL_TEXTURE_RECTANGLE, 0, 0, 0, upright.pixelsWide(), upright.pixelsHigh(), GL_RGBA,
+                        GL_UNSIGNED_BYTE, upright.bitmapData());
+    else
+        glTexImage2D(GL_TEXTURE_RECTANGLE, 0, GL_RGBA8, upright.pixelsWide(), upright.pixelsHigh(), 0, GL_RGBA,
+                     GL_UNSIGNED_BYTE, upright.bitmapData());
+    // Back to GL's defaults, for whoever uploads next in this context.
+    glPixelStorei(GL_UNPACK_ROW_LENGTH, 0);
+    glPixelStorei(GL_UNPACK_ALIGNMENT, 4);
+    return LMOpenGL::takeErrors() == GL_NO_ERROR;
+}
+
+} // namespace
+
 GLuint LMPicture::glTextureWithContext(const std::shared_ptr<LMContext>& context) const
 {
     if (!context)
         return 0;
-    // Drawing and flipping on the calling thread; only the upload on the GL queue.
-    std::shared_ptr<LMBitmap> raster = rasterizedBitmap();
-    if (!raster)
-        return 0;
-    std::shared_ptr<LMBitmap> upright = flippedBIR(raster, raster->pixelsWide(), raster->pixelsHigh());
+    std::shared_ptr<LMBitmap> upright = uprightBitmapForUpload();
     if (!upright)
         return 0;
-    multiplyByAlpha(*upright);
 
     GLuint texture = 0;
     context->executeOpenGL([&] {
         // Whatever earlier work left pending must not read as our failure.
         LMOpenGL::takeErrors();
-        // A host block may have left skips, swapping or an unpack buffer
-        // that would read outside the bitmap.
-        LMOpenGL::setUploadState();
-        // Rows are padded: GL must step by the bitmap's true row length.
-        glPixelStorei(GL_UNPACK_ROW_LENGTH, upright->bytesPerRow() * 8 / upright->bitsPerPixel());
-        glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
         glGenTextures(1, &texture);
         glBindTexture(GL_TEXTURE_RECTANGLE, texture);
-        glTexImage2D(GL_TEXTURE_RECTANGLE, 0, GL_RGBA8, upright->pixelsWide(), upright->pixelsHigh(), 0, GL_RGBA,
-                     GL_UNSIGNED_BYTE, upright->bitmapData());
-        // Back to GL's defaults, for whoever uploads next in this context.
-        glPixelStorei(GL_UNPACK_ROW_LENGTH, 0);
-        glPixelStorei(GL_UNPACK_ALIGNMENT, 4);
-        if (LMOpenGL::takeErrors() != GL_NO_ERROR) {
+        if (!uploadBitmap(*upright, false)) {
             LMLog("LMPicture: Error uploading a texture of %d by %d pixels", upright->pixelsWide(),
                   upright->pixelsHigh());
             glDeleteTextures(1, &texture);
@@ -68,6 +91,29 @@ GLuint LMPicture::glTextureWithContext(const std::shared_ptr<LMContext>& context
         }
     });
     return texture;
+}
+
+std::shared_ptr<LMImage> LMPicture::lumetraImageOfOwnSizeWithContext(const std::shared_ptr<LMContext>& context) const
+{
+    if (!context)
+        return nullptr;
+    std::shared_ptr<LMBitmap> upright = uprightBitmapForUpload();
+    if (!upright)
+        return nullptr;
+    auto image = LMImage::imageWithContext(
+        context, {static_cast<double>(upright->pixelsWide()), static_cast<double>(upright->pixelsHigh())});
+    if (!image->target())
+        return nullptr;
+    bool uploaded = false;
+    context->executeOpenGL([&] {
+        LMOpenGL::takeErrors();
+        glBindTexture(GL_TEXTURE_RECTANGLE, image->texture());
+        uploaded = uploadBitmap(*upright, true);
+        if (!uploaded)
+            LMLog("LMPicture: Error uploading a picture of %d by %d pixels into an image", upright->pixelsWide(),
+                  upright->pixelsHigh());
+    });
+    return uploaded ? image : nullptr;
 }
 
 std::shared_ptr<LMImage> LMPicture::lumetraImageWithContext(const std::shared_ptr<LMContext>& context) const
