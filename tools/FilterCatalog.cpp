@@ -56,7 +56,7 @@ std::string declarationHelpText(const LMFilterDeclaration& declaration)
         if (parameter->role == LMParameter::Role::Input)
             text += "PICTURE";
         else
-            text += parameter->isRequired() ? std::string("(required)") : parameter->defaultText();
+            text += parameter->isRequired() ? std::string("(required)") : parameter->defaultTextInTool();
         text += "  " + parameter->help;
         if (!parameter->unit.empty())
             text += ", in " + parameter->unit;
@@ -340,6 +340,8 @@ std::vector<CheckedFilter> checkChain(const std::vector<FilterSpec>& chain)
             if (required && !given.count(parameter->keyInTool()))
                 throw CliError::usage("filter " + written.name + ": " + parameter->keyInTool() + "= is required\n" +
                                       usageOf(checked));
+            if (!parameter->toolDefaultValue.isNone() && !given.count(parameter->keyInTool()))
+                checked.values.emplace_back(parameter, parameter->toolDefaultValue);
         }
         checkedChain.push_back(std::move(checked));
     }

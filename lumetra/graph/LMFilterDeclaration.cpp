@@ -97,6 +97,12 @@ LMFilterDeclaration& LMFilterDeclaration::inTool(std::string key)
     return *this;
 }
 
+LMFilterDeclaration& LMFilterDeclaration::toolDefault(LMValue value)
+{
+    parameters_.back().toolDefaultValue = std::move(value);
+    return *this;
+}
+
 LMFilterDeclaration& LMFilterDeclaration::libraryOnly()
 {
     parameters_.back().libraryOnly = true;

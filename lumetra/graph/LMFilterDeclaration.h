@@ -50,6 +50,8 @@ public:
     LMFilterDeclaration& required();
     // The tool writes the last parameter added as `key`.
     LMFilterDeclaration& inTool(std::string key);
+    // The tool's own default for the last parameter added.
+    LMFilterDeclaration& toolDefault(LMValue value);
     // The last parameter added is the library's only (see LMParameter::libraryOnly).
     LMFilterDeclaration& libraryOnly();
     // The chain the demo sheet shows for the filter, in the tool's syntax

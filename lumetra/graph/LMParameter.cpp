@@ -32,6 +32,16 @@ std::string LMParameter::typeDescription() const
     return "a value";
 }
 
+std::string LMParameter::defaultTextInTool() const
+{
+    if (toolDefaultValue.isNone())
+        return defaultText();
+    LMParameter tool = *this;
+    tool.defaultValue = toolDefaultValue;
+    tool.toolDefaultValue = LMValue();
+    return tool.defaultText();
+}
+
 std::string LMParameter::defaultText() const
 {
     if (const double* number = defaultValue.number())

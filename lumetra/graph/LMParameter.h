@@ -48,6 +48,10 @@ struct LMParameter {
     // The key the tool writes, when it differs from the name (a picture
     // input written with=, a centre point written center=).
     std::string toolKey;
+    // The default the tool uses instead, when it differs: a library filter
+    // keeps its documented behaviour by default while the tool turns on
+    // what a user of the tool expects (none: the same default).
+    LMValue toolDefaultValue;
     // Shown to the library only: the tool neither accepts nor lists it (a
     // matrix the filter computes from friendlier settings).
     bool libraryOnly = false;
@@ -59,6 +63,8 @@ struct LMParameter {
     std::string typeDescription() const;
     // The default as the tool writes it; "" when there is none.
     std::string defaultText() const;
+    // The tool's default, as the tool writes it.
+    std::string defaultTextInTool() const;
     // A number as help and messages write it: "%g".
     static std::string numberText(double value);
     // Why a number does not fit this parameter ("must be at least 1"), or "" when it fits.
