@@ -19,6 +19,10 @@ LMFilterRegistry& LMFilterRegistry::shared()
         builtIn.add<LMFilterRotate>();
         builtIn.add<LMFilterMax2>();
         builtIn.add<LMFilterCircle>();
+        builtIn.add<LMFilterGaussianBlur>();
+        builtIn.add<LMFilterBoxBlur>();
+        builtIn.add<LMFilterMedian>();
+        builtIn.add<LMFilterUnsharp>();
         return builtIn;
     }();
     return registry;
