@@ -4,7 +4,7 @@
 #include "lumetra/nodes/LMFilterClass.h"
 
 // The input convolved with a Gaussian of standard deviation sigma pixels,
-// edges clamped (sigma 0: the input unchanged). Up to a sigma of 8 it draws
+// edges clamped (sigma 0: the input unchanged). Below a sigma of 4 it draws
 // two passes at the input's size; above, it halves the image a few times,
 // blurring before each halving, blurs the smallest level and draws it back
 // up with a cubic B-spline, the variances of every step adding up to
