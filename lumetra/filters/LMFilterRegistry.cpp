@@ -18,6 +18,10 @@ LMFilterRegistry& LMFilterRegistry::shared()
         builtIn.add<LMFilterFlip>();
         builtIn.add<LMFilterRotate>();
         builtIn.add<LMFilterResize>();
+        builtIn.add<LMFilterGaussianBlur>();
+        builtIn.add<LMFilterBoxBlur>();
+        builtIn.add<LMFilterMedian>();
+        builtIn.add<LMFilterUnsharp>();
         builtIn.add<LMFilterMax2>();
         builtIn.add<LMFilterCircle>();
         return builtIn;
