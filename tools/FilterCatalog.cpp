@@ -242,10 +242,18 @@ LMValue parseValue(const FilterSpec& written, const LMParameter& parameter, cons
         if (!parsePair(value, x, y))
             throw badValue(written, key, value, "not x,y (two finite numbers)");
         return std::vector<double>{x, y};
+    case Type::File:
+        if (value.empty())
+            throw badValue(written, key, value, "a file name is required");
+        return value;
     case Type::Vector3:
     case Type::Vector4:
-    case Type::Matrix3: {
-        const size_t wanted = parameter.type == Type::Vector3 ? 3 : parameter.type == Type::Vector4 ? 4 : 9;
+    case Type::Matrix3:
+    case Type::Numbers: {
+        const size_t wanted = parameter.type == Type::Vector3   ? 3
+                              : parameter.type == Type::Vector4 ? 4
+                              : parameter.type == Type::Matrix3 ? 9
+                                                                : parameter.listLength;
         std::vector<double> numbers;
         std::stringstream stream(value);
         for (std::string part; std::getline(stream, part, ',');) {
@@ -253,7 +261,7 @@ LMValue parseValue(const FilterSpec& written, const LMParameter& parameter, cons
                 throw badValue(written, key, value, "not " + parameter.typeDescription());
             numbers.push_back(x);
         }
-        if (numbers.size() != wanted)
+        if (numbers.empty() || (wanted && numbers.size() != wanted) || value.back() == ',')
             throw badValue(written, key, value, "not " + parameter.typeDescription());
         return numbers;
     }
@@ -334,6 +342,9 @@ std::vector<CheckedFilter> checkChain(const std::vector<FilterSpec>& chain)
                 continue;
             }
             checked.values.emplace_back(parameter, parseValue(written, *parameter, key, value));
+            // A file the filter reads is one the run reads: no output may replace it.
+            if (parameter->type == LMParameter::Type::File)
+                checked.files[parameter->name] = value;
         }
         for (const LMParameter* parameter : parameters) {
             const bool required = parameter->isRequired() || parameter->role == LMParameter::Role::Input;

@@ -85,6 +85,25 @@ LMFilterDeclaration& LMFilterDeclaration::choice(std::string name, std::string d
     return parameter(std::move(declared));
 }
 
+LMFilterDeclaration& LMFilterDeclaration::numbers(std::string name, size_t length, std::string help)
+{
+    LMParameter declared;
+    declared.name = std::move(name);
+    declared.type = LMParameter::Type::Numbers;
+    declared.listLength = length;
+    declared.help = std::move(help);
+    return parameter(std::move(declared));
+}
+
+LMFilterDeclaration& LMFilterDeclaration::file(std::string name, std::string help)
+{
+    LMParameter declared;
+    declared.name = std::move(name);
+    declared.type = LMParameter::Type::File;
+    declared.help = std::move(help);
+    return parameter(std::move(declared));
+}
+
 LMFilterDeclaration& LMFilterDeclaration::required()
 {
     parameters_.back().defaultValue = LMValue();

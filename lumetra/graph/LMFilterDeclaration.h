@@ -44,6 +44,10 @@ public:
     LMFilterDeclaration& flag(std::string name, bool defaultValue, std::string help);
     LMFilterDeclaration& choice(std::string name, std::string defaultValue, std::vector<std::string> choices,
                                 std::string help);
+    // A list of numbers (`length` of them, or any number for 0); no default.
+    LMFilterDeclaration& numbers(std::string name, size_t length, std::string help);
+    // A file the filter reads, by its path; no default.
+    LMFilterDeclaration& file(std::string name, std::string help);
     // Any parameter as written out in full.
     LMFilterDeclaration& parameter(LMParameter parameter);
     // The last parameter added has no default: the tool requires it.

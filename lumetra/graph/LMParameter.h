@@ -33,6 +33,8 @@ struct LMParameter {
         Vector4,
         Matrix3, // nine numbers, column by column
         Point, // x,y: a position in the image (the tool writes it from the top-left corner)
+        Numbers, // a list of numbers, of `listLength` when that is not 0
+        File, // a path, as a string, that the filter reads
     };
 
     std::string name;
@@ -43,6 +45,8 @@ struct LMParameter {
     double minimum = -std::numeric_limits<double>::infinity();
     double maximum = std::numeric_limits<double>::infinity();
     std::vector<std::string> choices;
+    // Numbers: how many; 0 for any number of them.
+    size_t listLength = 0;
     std::string unit;
     std::string help;
     // The key the tool writes, when it differs from the name (a picture
