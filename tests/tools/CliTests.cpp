@@ -98,6 +98,10 @@ TEST_F(CliTest, ChainsGiveTheFiltersArithmeticInPNGAndJPEG)
         // Invert alone is the output tests' chain.
         {"invert -- fader control=0.5", perChannel(source, [](double s) { return (1 - s) / 2; })},
         {"max2 with=other.png", perChannel(source, other, [](double s, double o) { return std::max(s, o); })},
+        // Through the tool's own keys; the posterize sees what the levels stored.
+        {"levels in-low=0.2 in-high=0.8 -- posterize levels=3",
+         perChannel(source,
+                    [](double s) { return std::floor(stored(std::clamp((s - 0.2) / 0.6, 0.0, 1.0)) * 2 + 0.5) / 2; })},
         {"kernel file=tint.glsl inputs=input,overlay overlay=other.png controls=amount amount=0.25",
          perChannel(source, other, [](double s, double o) { return s * 0.75 + o * 0.25; })},
         // Centred 15 pixels from the top.
@@ -218,6 +222,8 @@ TEST_F(CliTest, BadInputEndsWithOneMessageAndNoOutput)
         {"in.png -o out.png -- fader control=nan", 2, "control=nan: not a finite number"},
         {"in.png -o out.png -- circle center=1,2", 2, "radius= is required", "", true},
         {"in.png -o out.png -- crop width=0 height=5", 2, "crop: width=0: must be at least 1"},
+        {"in.png -o out.png -- gamma gamma=0", 2, "gamma: gamma=0: must be at least 0.01"},
+        {"in.png -o out.png -- color-matrix matrix=1,0,0,0,0,1,0,0,0,0,1", 2, "not 12 numbers, separated by commas"},
         {"in.png -o out.png -- crop width=5", 2, "crop: height= is required", "", true},
         {"in.png -o out.png -- rot angle=45", 2, "rot: angle=45: not one of 90|180|270"},
         {"in.png -o out.png -- flip mirror=yes", 2, "flip: unknown key \"mirror\"", "", true},
