@@ -33,6 +33,7 @@ const LMFilterDeclaration& LMFilterColorMatrix::declaration()
         LMFilterDeclaration("color-matrix", "colour",
                             "a 3 by 4 matrix: each channel a sum of the three, plus a constant")
             .input("input", "the image")
+            .perPixel()
             .parameter(matrixParameter())
             .demo("color-matrix matrix=0,0,1,0,0,1,0,0,1,0,0,0");
     return declared;

@@ -5,6 +5,7 @@ const LMFilterDeclaration& LMFilterExposure::declaration()
     static const LMFilterDeclaration declared =
         LMFilterDeclaration("exposure", "colour", "in * 2^stops")
             .input("input", "the image")
+            .perPixel()
             .control("stops", 0, -24, 24, "stops", "each stop doubles the values, each negative one halves them")
             .demo("exposure stops=1");
     return declared;

@@ -3,7 +3,9 @@
 const LMFilterDeclaration& LMFilterGrayscale::declaration()
 {
     static const LMFilterDeclaration declared =
-        LMFilterDeclaration("grayscale", "colour", "the Rec. 709 luma in every channel").input("input", "the image");
+        LMFilterDeclaration("grayscale", "colour", "the Rec. 709 luma in every channel")
+            .input("input", "the image")
+            .perPixel();
     return declared;
 }
 

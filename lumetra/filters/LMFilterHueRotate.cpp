@@ -8,6 +8,7 @@ const LMFilterDeclaration& LMFilterHueRotate::declaration()
     static const LMFilterDeclaration declared =
         LMFilterDeclaration("hue-rotate", "colour", "turns the hue by an angle, keeping the luma")
             .input("input", "the image")
+            .perPixel()
             .control("degrees", 0, -inf, inf, "degrees", "the angle")
             .demo("hue-rotate degrees=120");
     return declared;

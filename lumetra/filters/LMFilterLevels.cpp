@@ -5,6 +5,7 @@ const LMFilterDeclaration& LMFilterLevels::declaration()
     static const LMFilterDeclaration declared =
         LMFilterDeclaration("levels", "colour", "stretches in-low..in-high to out-low..out-high through a gamma")
             .input("input", "the image")
+            .perPixel()
             .control("inLow", 0, 0, 1, "", "the input value that becomes out-low")
             .inTool("in-low")
             .control("inHigh", 1, 0, 1, "", "the input value that becomes out-high")

@@ -23,6 +23,7 @@ const LMFilterDeclaration& LMFilterPosterize::declaration()
     static const LMFilterDeclaration declared =
         LMFilterDeclaration("posterize", "colour", "rounds each channel to one of a few levels")
             .input("input", "the image")
+            .perPixel()
             .parameter(levelsParameter())
             .demo("posterize levels=3");
     return declared;

@@ -5,6 +5,7 @@ const LMFilterDeclaration& LMFilterSaturation::declaration()
     static const LMFilterDeclaration declared =
         LMFilterDeclaration("saturation", "colour", "L + amount * (in - L), L the Rec. 709 luma")
             .input("input", "the image")
+            .perPixel()
             .control("amount", 1, 0, 100, "", "0 is grey, 1 leaves the image as it is, above 1 more vivid")
             .demo("saturation amount=2");
     return declared;

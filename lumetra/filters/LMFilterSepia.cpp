@@ -5,6 +5,7 @@ const LMFilterDeclaration& LMFilterSepia::declaration()
     static const LMFilterDeclaration declared =
         LMFilterDeclaration("sepia", "colour", "a sepia tone")
             .input("input", "the image")
+            .perPixel()
             .control("amount", 1, 0, 1, "", "0 leaves the image as it is, 1 is full sepia");
     return declared;
 }

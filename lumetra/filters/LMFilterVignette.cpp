@@ -5,6 +5,7 @@ const LMFilterDeclaration& LMFilterVignette::declaration()
     static const LMFilterDeclaration declared =
         LMFilterDeclaration("vignette", "colour", "darkens towards the corners")
             .input("input", "the image")
+            .perPixel()
             .control("radius", 0.5, 0, 2, "", "where the darkening starts, as a fraction of half the diagonal")
             .control("softness", 0.5, 0, 2, "", "how far beyond the radius it reaches its full strength")
             .control("strength", 1, 0, 1, "", "the darkening in the corners, 1 being black")

@@ -493,25 +493,28 @@ void LMFilter::drawInputsWithContext(const std::shared_ptr<LMContext>& context)
     // Filled aside and stored at the end: an input's draw may run host code
     // that changes this filter's input names.
     std::vector<std::shared_ptr<LMImage>> values(inputNames_.size());
-    const LMSize workingSize = workingSizeForContext(*context);
-    for (size_t i = 0; i < values.size() && i < inputNames_.size(); ++i) {
-        const std::shared_ptr<LMDrawable> input = drawableProperty(inputNames_[i]);
-        std::shared_ptr<LMImage> image;
-        if (input && !isCompatibleDrawable(input, workingSize))
-            reportOnce(inputNames_[i], "is an image of another size");
-        else if (input)
-            image = input->drawWithContext(context);
-        // The texture of another context's image (or of one whose context
-        // has gone) names nothing here, or something else.
-        if (image && image->context() != context) {
-            reportOnce(inputNames_[i], "is an image of another context");
-            image = nullptr;
-        }
-        // A missing input, one that drew nothing and one refused above read
-        // as black: an unbound texture unit would sample what it held before.
-        values[i] = image ? image : blackImageWithContext(context);
-    }
+    for (size_t i = 0; i < values.size() && i < inputNames_.size(); ++i)
+        values[i] = drawnInput(inputNames_[i], context);
     inputValues_ = std::move(values);
+}
+
+std::shared_ptr<LMImage> LMFilter::drawnInput(const std::string& name, const std::shared_ptr<LMContext>& context)
+{
+    const std::shared_ptr<LMDrawable> input = drawableProperty(name);
+    std::shared_ptr<LMImage> image;
+    if (input && !isCompatibleDrawable(input, workingSizeForContext(*context)))
+        reportOnce(name, "is an image of another size");
+    else if (input)
+        image = input->drawWithContext(context);
+    // The texture of another context's image (or of one whose context
+    // has gone) names nothing here, or something else.
+    if (image && image->context() != context) {
+        reportOnce(name, "is an image of another context");
+        image = nullptr;
+    }
+    // A missing input, one that drew nothing and one refused above read
+    // as black: an unbound texture unit would sample what it held before.
+    return image ? image : blackImageWithContext(context);
 }
 
 std::shared_ptr<LMImage> LMFilter::inputValueForName(std::string_view name) const

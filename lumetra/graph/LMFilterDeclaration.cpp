@@ -134,6 +134,12 @@ LMFilterDeclaration& LMFilterDeclaration::demo(std::string chain)
     return *this;
 }
 
+LMFilterDeclaration& LMFilterDeclaration::perPixel()
+{
+    perPixel_ = true;
+    return *this;
+}
+
 LMFilterDeclaration& LMFilterDeclaration::createsContextDimensionsUniform()
 {
     contextDimensions_ = true;

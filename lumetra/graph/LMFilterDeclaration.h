@@ -61,6 +61,9 @@ public:
     // The chain the demo sheet shows for the filter, in the tool's syntax
     // ("gaussian-blur sigma=4"); by default the tool name alone.
     LMFilterDeclaration& demo(std::string chain);
+    // The kernel reads each input only at lm_location, so that a run of such
+    // filters may be drawn as one pass (see LMContext::setFusionEnabled).
+    LMFilterDeclaration& perPixel();
     LMFilterDeclaration& createsContextDimensionsUniform();
     LMFilterDeclaration& createsTargetDimensionsUniform();
 
@@ -70,6 +73,7 @@ public:
     const std::string& demoChain() const { return demo_.empty() ? toolName_ : demo_; }
     const std::vector<LMParameter>& parameters() const { return parameters_; }
     const LMParameter* parameterNamed(std::string_view name) const;
+    bool isPerPixel() const { return perPixel_; }
     bool createsContextDimensions() const { return contextDimensions_; }
     bool createsTargetDimensions() const { return targetDimensions_; }
 
@@ -84,6 +88,7 @@ private:
     std::string summary_;
     std::string demo_;
     std::vector<LMParameter> parameters_;
+    bool perPixel_ = false;
     bool contextDimensions_ = false;
     bool targetDimensions_ = false;
 };
