@@ -68,8 +68,8 @@ std::string join(const std::vector<std::string>& names)
 
 std::string kernelIdentity(LMFilter& filter)
 {
-    std::string identity = filter.programKey() + "{" + join(filter.storedInputNames()) + ";" +
-                           join(filter.storedControlNames()) + ";";
+    std::string identity =
+        filter.programKey() + "{" + join(filter.storedInputNames()) + ";" + join(filter.storedControlNames()) + ";";
     for (const auto& uniform : filter.storedOtherUniforms())
         identity.append(uniform ? uniform->uniformString() : std::string("-")).append(",");
     return identity + "}";
@@ -166,7 +166,8 @@ std::string emittedKernel(LMFilter& filter, const std::string& prefix, const std
             continue;
         text += uniformType(*uniform) + " " + prefix + uniform->name() + ";\n";
     }
-    text += "#define main " + prefix + "main\n#define lm_output " + prefix + "output\n#define texture lm_fusedTexture\n";
+    text +=
+        "#define main " + prefix + "main\n#define lm_output " + prefix + "output\n#define texture lm_fusedTexture\n";
     auto define = [&](const std::string& name, const std::string& to) {
         text += "#define " + uniformName(name) + " " + to + "\n";
         defined.push_back(uniformName(name));
@@ -189,7 +190,9 @@ std::string emittedKernel(LMFilter& filter, const std::string& prefix, const std
 
 std::string fusedSource(const std::vector<Member>& members, const std::vector<Kernel>& kernels, size_t outsideCount)
 {
-    std::string text = "#version 150\nnoperspective in vec2 lm_location;\nout vec3 lm_fused;\n"
+    // lm_location is the pixel's own position in the run's working size,
+    // whatever quad is bound: the pass draws at that size.
+    std::string text = "#version 150\nvec2 lm_location;\nout vec3 lm_fused;\n"
                        "uniform vec2 lm_contextDimensions;\nuniform vec2 lm_targetDimensions;\n"
                        "uniform mat3 lm_inputTransform;\n"
                        "vec2 lm_toInputCoords(vec2 ocoords) { return (lm_inputTransform * vec3(ocoords.x, ocoords.y, "
@@ -218,9 +221,10 @@ std::string fusedSource(const std::vector<Member>& members, const std::vector<Ke
             text += emittedKernel(*members[m].filter, kernel.prefix, "lm_m" + std::to_string(m) + "_");
     }
 
-    text += "void main() {\n";
+    text += "void main() {\n  lm_location = gl_FragCoord.xy;\n";
     for (size_t i = 0; i < outsideCount; ++i)
-        text += "  vec3 lm_o" + std::to_string(i) + " = texture(lm_outside" + std::to_string(i) + ", lm_location).rgb;\n";
+        text +=
+            "  vec3 lm_o" + std::to_string(i) + " = texture(lm_outside" + std::to_string(i) + ", lm_location).rgb;\n";
     for (size_t m = 0; m < members.size(); ++m) {
         const Member& member = members[m];
         const LMFilter& filter = *member.filter;
@@ -261,7 +265,9 @@ std::shared_ptr<LMDrawable> LMFusedRun::inputNamed(const LMFilter& filter, const
 std::shared_ptr<LMImage> LMFusedRun::draw(LMFilter& root, const std::shared_ptr<LMContext>& context)
 {
     RunBuilder run(root, context);
-    if (run.members.size() < 2)
+    // GL 3.2 promises 16 texture units to a fragment shader; a run reading
+    // more outside images than that draws unfused.
+    if (run.members.size() < 2 || run.outside.size() > maximumOutsideInputs)
         return nullptr;
     std::vector<Member>& members = run.members;
 
@@ -287,8 +293,8 @@ std::shared_ptr<LMImage> LMFusedRun::draw(LMFilter& root, const std::shared_ptr<
     context->executeOpenGL([&] {
         program = context->getProgramWithName(key);
         if (!program)
-            program = context->createProgramWithName(
-                key, fusedSource(members, kernels, run.outside.size()).c_str(), "fused run of " + root.className());
+            program = context->createProgramWithName(key, fusedSource(members, kernels, run.outside.size()).c_str(),
+                                                     "fused run of " + root.className());
     });
     if (!program || !program->isLinked())
         return nullptr;
@@ -328,7 +334,8 @@ std::shared_ptr<LMImage> LMFusedRun::draw(LMFilter& root, const std::shared_ptr<
                 LMFilter& filter = *members[m].filter;
                 const std::string stage = "lm_m" + std::to_string(m) + "_";
                 for (size_t c = 0; c < filter.controlNames_.size(); ++c) {
-                    const double value = filter.numberProperty(filter.controlNames_[c]).value_or(filter.controlDefaults_[c]);
+                    const double value =
+                        filter.numberProperty(filter.controlNames_[c]).value_or(filter.controlDefaults_[c]);
                     glUniform1f(program->uniformLocation(stage + filter.controlNames_[c]), static_cast<GLfloat>(value));
                 }
                 for (size_t u = 0; u < filter.otherUniforms_.size(); ++u) {

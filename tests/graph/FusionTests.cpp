@@ -57,12 +57,14 @@ testing::AssertionResult within2(const std::vector<uint16_t>& a, const std::vect
 class Fusion : public testing::Test {
 protected:
     std::shared_ptr<LMContext> context = LMContext::contextWithDimensions({width, height});
-    std::shared_ptr<LMImage> photo = imageOf(context, pixelsOf(width, height, [](int x, int y) {
-        return Pixel{uint8_t(x * 10 + 3), uint8_t(y * 15 + 7), uint8_t((x * y) % 256), 255};
-    }));
-    std::shared_ptr<LMImage> other = imageOf(context, pixelsOf(width, height, [](int x, int y) {
-        return Pixel{uint8_t(250 - x * 9), uint8_t((x + y) % 2 * 200), 90, 255};
-    }));
+    std::shared_ptr<LMImage> photo =
+        imageOf(context, pixelsOf(width, height, [](int x, int y) {
+                    return Pixel{uint8_t(x * 10 + 3), uint8_t(y * 15 + 7), uint8_t((x * y) % 256), 255};
+                }));
+    std::shared_ptr<LMImage> other =
+        imageOf(context, pixelsOf(width, height, [](int x, int y) {
+                    return Pixel{uint8_t(250 - x * 9), uint8_t((x + y) % 2 * 200), 90, 255};
+                }));
 
     std::vector<uint16_t> drawn(const std::shared_ptr<LMDrawable>& node, bool fused)
     {
@@ -160,4 +162,21 @@ TEST_F(Fusion, CachingAndMarkingThroughARun)
     context->setCachingEnabled(false);
     EXPECT_TRUE(within2(member, pixels16(LMFilterInvert::filterWithInput(fader)->drawWithContext(context))));
     EXPECT_TRUE(within2(fused, pixels16(last->drawWithContext(context))));
+}
+
+// After a crop the run works at the crop's size, not the context's.
+TEST_F(Fusion, RunsAtAWorkingSizeOfTheirOwn)
+{
+    auto crop = LMFilterCrop::filterWithInput(photo);
+    crop->setX(3), crop->setY(2), crop->setWidth(10), crop->setHeight(7);
+    auto invert = LMFilterInvert::filterWithInput(crop);
+    auto fader = LMFilterFader::filterWithInput(invert);
+    fader->setControl(0.6);
+    invert->setWorkingSize(LMSize{10, 7});
+    fader->setWorkingSize(LMSize{10, 7});
+    context->setFusionEnabled(true);
+    const Pixels fused = drawnPixels(fader, context);
+    context->setFusionEnabled(false);
+    EXPECT_TRUE(samePixels(fused, drawnPixels(fader, context), 0));
+    EXPECT_EQ(fused.width, 10);
 }
