@@ -2,14 +2,20 @@
 
 namespace {
 
-// uniform vec4 lm_NAME[3], from a list of twelve numbers.
-class RowsUniform : public LMUniform {
+// uniform mat4 lm_NAME from twelve numbers row by row: the 3 by 4 matrix in
+// its upper rows, the fourth row unused. One uniform of a plain type, so a
+// fused run declares and sets it as it does any other.
+class MatrixUniform : public LMUniform {
 public:
-    std::string uniformString() const override { return "uniform vec4 " + uniformName(name()) + "[3]; "; }
+    std::string uniformString() const override { return "uniform mat4 " + uniformName(name()) + "; "; }
     void bindToLocation(GLint location, const LMValue& value, const std::shared_ptr<LMContext>&) override
     {
         const std::vector<float> rows = componentsOf(value, 12, "LMFilterColorMatrix");
-        glUniform4fv(location, 3, rows.data());
+        float columns[16] = {};
+        for (size_t row = 0; row < 3; ++row)
+            for (size_t column = 0; column < 4; ++column)
+                columns[column * 4 + row] = rows[row * 4 + column];
+        glUniformMatrix4fv(location, 1, GL_FALSE, columns);
     }
 };
 
@@ -42,14 +48,13 @@ const LMFilterDeclaration& LMFilterColorMatrix::declaration()
 std::string LMFilterColorMatrix::kernelSource() const
 {
     return "void main() {\n"
-           "    vec4 c = vec4(texture(lm_input, lm_location).rgb, 1.0);\n"
-           "    lm_output = vec3(dot(lm_matrix[0], c), dot(lm_matrix[1], c), dot(lm_matrix[2], c));\n"
+           "    lm_output = (lm_matrix * vec4(texture(lm_input, lm_location).rgb, 1.0)).rgb;\n"
            "}\n";
 }
 
 std::vector<std::shared_ptr<LMUniform>> LMFilterColorMatrix::otherUniforms() const
 {
-    auto rows = std::make_shared<RowsUniform>();
-    rows->setName("matrix");
-    return {rows};
+    auto matrix = std::make_shared<MatrixUniform>();
+    matrix->setName("matrix");
+    return {matrix};
 }

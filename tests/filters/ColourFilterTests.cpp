@@ -1,6 +1,7 @@
 // The colour adjustments drawn over a small picture, every pixel compared
 // with the filter's formula computed here in double precision.
 
+#include "support/LogCapture.h"
 #include "support/PixelsInOut.h"
 
 #include <lumetra/lumetra.h>
@@ -188,4 +189,39 @@ TEST_F(ColourFilters, DefaultsLeaveThePictureAsItIs)
     }
     EXPECT_TRUE(samePixels(drawnPixels(made("sepia", {{"amount", 0.0}}), context), picture));
     EXPECT_TRUE(samePixels(drawnPixels(made("sepia", {}), context), perPixel([](RGB c) { return sepia(c, 1); })));
+}
+
+// All twelve as one run: each filter of the chain drawn fused (a run of it
+// and those before it, their uniforms, the matrix's mat4 and the vignette's
+// dimensions among them) gives what they draw one pass each.
+TEST_F(ColourFilters, RunsOfAdjustmentsDrawTheSameFused)
+{
+    LogCapture log;
+    const std::pair<const char*, std::initializer_list<std::pair<const char*, LMValue>>> chain[] = {
+        {"brightness-contrast", {{"brightness", 0.05}, {"contrast", 1.2}}},
+        {"exposure", {{"stops", 0.3}}},
+        {"gamma", {{"gamma", 1.4}}},
+        {"levels", {{"inLow", 0.1}, {"inHigh", 0.9}, {"gamma", 0.8}}},
+        {"saturation", {{"amount", 1.3}}},
+        {"hue-rotate", {{"degrees", 40.0}}},
+        {"sepia", {{"amount", 0.3}}},
+        {"color-matrix", {{"matrix", LMValue{0.9, 0.1, 0, 0.02, 0, 1, 0.1, -0.05, 0.2, 0, 0.7, 0.1}}}},
+        {"vignette", {{"radius", 0.3}}},
+        {"posterize", {{"levels", 9.0}}},
+        {"grayscale", {}},
+        {"threshold", {{"value", 0.4}}},
+    };
+    context->setCachingEnabled(false);
+    std::shared_ptr<LMDrawable> node = input;
+    for (const auto& [name, values] : chain) {
+        LMFilterRef<LMFilter> filter = made(name, values);
+        filter->setValueForKey(node, "input");
+        node = filter;
+        context->setFusionEnabled(false);
+        const Pixels unfused = drawnPixels(node, context);
+        context->setFusionEnabled(true);
+        EXPECT_TRUE(samePixels(drawnPixels(node, context), unfused)) << "up to " << name;
+    }
+    for (const std::string& line : log.lines())
+        EXPECT_EQ(line.find("fused run"), std::string::npos) << line;
 }
