@@ -16,6 +16,7 @@
 #include <fstream>
 #include <sstream>
 #include <sys/wait.h>
+#include <unistd.h>
 
 namespace fs = std::filesystem;
 
@@ -79,8 +80,10 @@ protected:
         EXPECT_TRUE(samePixels(pixelsOf(*bitmap), expected, levels)) << name;
     }
 
-    const fs::path dir_ = fs::path(testing::TempDir()) /
-                          ("lumetra_cli_" + std::string(testing::UnitTest::GetInstance()->current_test_info()->name()));
+    // The process's own folder: runs of the suite from other build trees may share the machine.
+    const fs::path dir_ =
+        fs::path(testing::TempDir()) / ("lumetra_cli_" + std::to_string(::getpid()) + "_" +
+                                        std::string(testing::UnitTest::GetInstance()->current_test_info()->name()));
 };
 
 TEST_F(CliTest, ChainsGiveTheFiltersArithmeticInPNGAndJPEG)
