@@ -30,10 +30,53 @@ void multiplyByAlpha(LMBitmap& bitmap)
 
 } // namespace
 
+// The same at 16 bits a sample.
+void multiplyByAlpha(LMBitmap16& bitmap)
+{
+    for (int32_t y = 0; y < bitmap.pixelsHigh(); ++y) {
+        uint16_t* pixel = bitmap.rowAt(y);
+        for (int32_t x = 0; x < bitmap.pixelsWide(); ++x, pixel += 4) {
+            const uint32_t alpha = pixel[3];
+            if (alpha == 65535)
+                continue;
+            for (int sample = 0; sample < 3; ++sample)
+                pixel[sample] = static_cast<uint16_t>((pixel[sample] * alpha + 32767) / 65535);
+        }
+    }
+}
+
+GLuint LMPicture::glTexture16WithContext(const std::shared_ptr<LMContext>& context) const
+{
+    std::shared_ptr<LMBitmap16> upright = bitmap16_->flipped();
+    if (!upright)
+        return 0;
+    multiplyByAlpha(*upright);
+    GLuint texture = 0;
+    context->executeOpenGL([&] {
+        LMOpenGL::takeErrors();
+        LMOpenGL::setUploadState();
+        glPixelStorei(GL_UNPACK_ALIGNMENT, 2);
+        glGenTextures(1, &texture);
+        glBindTexture(GL_TEXTURE_RECTANGLE, texture);
+        glTexImage2D(GL_TEXTURE_RECTANGLE, 0, GL_RGBA16, upright->pixelsWide(), upright->pixelsHigh(), 0, GL_RGBA,
+                     GL_UNSIGNED_SHORT, upright->bitmapData());
+        glPixelStorei(GL_UNPACK_ALIGNMENT, 4);
+        if (LMOpenGL::takeErrors() != GL_NO_ERROR) {
+            LMLog("LMPicture: Error uploading a texture of %d by %d pixels", upright->pixelsWide(),
+                  upright->pixelsHigh());
+            glDeleteTextures(1, &texture);
+            texture = 0;
+        }
+    });
+    return texture;
+}
+
 GLuint LMPicture::glTextureWithContext(const std::shared_ptr<LMContext>& context) const
 {
     if (!context)
         return 0;
+    if (drawsBitmap16())
+        return glTexture16WithContext(context);
     // Drawing and flipping on the calling thread; only the upload on the GL queue.
     std::shared_ptr<LMBitmap> raster = rasterizedBitmap();
     if (!raster)
@@ -92,6 +135,35 @@ std::shared_ptr<LMImage> LMPicture::lumetraImageWithContext(const std::shared_pt
     std::shared_ptr<LMImage> image = adapter->convertTexture(texture, texels);
     context->executeOpenGL([&] { glDeleteTextures(1, &texture); });
     return image;
+}
+
+std::shared_ptr<LMPicture> LMPicture::imageWithLMImage(const std::shared_ptr<LMImage>& image, int bitsPerSample)
+{
+    if (bitsPerSample != 16)
+        return imageWithLMImage(image);
+    std::shared_ptr<LMContext> context = image ? image->context() : nullptr;
+    if (!context || !image->target())
+        return nullptr;
+    const GLint width = LMFloorToGLint(image->dimensions().width);
+    const GLint height = LMFloorToGLint(image->dimensions().height);
+    std::shared_ptr<LMBitmap16> readBack = LMBitmap16::bitmapWithSize(width, height);
+    if (!readBack)
+        return nullptr;
+    bool read = false;
+    context->executeOpenGL([&] {
+        LMOpenGL::takeErrors();
+        glBindFramebuffer(GL_READ_FRAMEBUFFER, image->framebuffer());
+        LMOpenGL::setReadBackState();
+        glPixelStorei(GL_PACK_ALIGNMENT, 2);
+        glReadPixels(0, 0, width, height, GL_RGBA, GL_UNSIGNED_SHORT, readBack->bitmapData());
+        glPixelStorei(GL_PACK_ALIGNMENT, 4);
+        if (const GLenum error = LMOpenGL::takeErrors(); error != GL_NO_ERROR)
+            LMLog("LMPicture: Error 0x%04X reading back an image of %d by %d pixels", error, width, height);
+        else
+            read = true;
+    });
+    // GL's rows run bottom-up, a picture's top-down.
+    return read ? pictureWithBitmap16(readBack->flipped()) : nullptr;
 }
 
 std::shared_ptr<LMPicture> LMPicture::imageWithLMImage(const std::shared_ptr<LMImage>& image)
