@@ -519,15 +519,24 @@ bool LMWritePictureFile(const LMPictureFileContents& contents, std::FILE* file, 
     case LMPictureFileFormat::jpeg:
         status = vips_jpegsave_target(out.get(), target.get(), "Q", quality, nullptr);
         break;
-    case LMPictureFileFormat::tiff:
-        status = vips_tiffsave_target(out.get(), target.get(), "compression", VIPS_FOREIGN_TIFF_COMPRESSION_DEFLATE,
+    case LMPictureFileFormat::tiff: {
+        // libtiff goes back to mend offsets, which a stream cannot: the file is made in memory first.
+        void* bytes = nullptr;
+        size_t length = 0;
+        status = vips_tiffsave_buffer(out.get(), &bytes, &length, "compression", VIPS_FOREIGN_TIFF_COMPRESSION_DEFLATE,
                                       "predictor", VIPS_FOREIGN_TIFF_PREDICTOR_HORIZONTAL, nullptr);
+        if (status == 0 && vips_target_write(target.get(), bytes, length) != 0)
+            status = -1;
+        g_free(bytes);
         break;
+    }
     case LMPictureFileFormat::webp:
         status =
             vips_webpsave_target(out.get(), target.get(), "Q", quality, "lossless", options.lossless ? 1 : 0, nullptr);
         break;
     }
+    if (status == 0 && vips_target_end(target.get()) != 0)
+        status = -1;
     if (status != 0 || sink.failure) {
         error = vipsError();
         if (sink.failure)

@@ -81,6 +81,13 @@ TEST(PictureFiles, PNGsOfEveryColourTypeLoadAsStraightRGBAAndWriteBackWhole)
         auto picture = LMPicture::pictureWithContentsOfFile(path);
         ASSERT_TRUE(picture && picture->writePNGToFile(scratchPath("written.png"))) << path;
         const bool grey = format.channels[0] == 'y', alpha = format.channels.back() == 'a' || format.channels == "p";
+        // 16-bit files keep their samples whole beside the rounded bytes.
+        ASSERT_EQ(bool(picture->bitmap16()), format.depth == 16) << path;
+        for (int y = 0; picture->bitmap16() && y < 2; ++y)
+            for (int i = 0; i < 12; ++i) {
+                const unsigned sample = expected[y][i / 4][i % 4];
+                EXPECT_EQ(picture->bitmap16()->rowAt(y)[i], sample ? sample * 257 - 100 : 0) << path;
+            }
         // What the library writes, read again, keeps every byte, alpha included.
         for (const auto& read : {picture, LMPicture::pictureWithContentsOfFile(scratchPath("written.png"))}) {
             ASSERT_TRUE(read && read->size() == (LMSize{3, 2}));
