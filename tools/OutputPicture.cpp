@@ -54,13 +54,13 @@ void checkOutputName(const std::string& path, const std::string& format)
 }
 
 void writeOutputPicture(const std::shared_ptr<LMImage>& image, const std::string& path,
-                        const LMPictureFileOptions& options, const LMPicture* source, LogRecorder& log)
+                        const LMPictureFileOptions& options, const PictureTraits* traits, LogRecorder& log)
 {
     std::shared_ptr<LMPicture> picture = image ? LMPicture::imageWithLMImage(image, options.bitsPerSample) : nullptr;
-    if (picture && source) {
-        picture->setGrey(source->isGrey());
-        picture->setICCProfile(source->iccProfile());
-        picture->setExifData(source->exifData());
+    if (picture && traits) {
+        picture->setGrey(traits->grey);
+        picture->setICCProfile(traits->iccProfile);
+        picture->setExifData(traits->exif);
     }
     writePicture(picture, path, options, log);
 }

@@ -9,6 +9,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 // Output files are written beside their final name and renamed into place
 // (by the library's picture writers), so that a failure at any point leaves
@@ -23,10 +24,16 @@ LMPictureFileFormat outputFormat(const std::string& path, const std::string& for
 // Throws a usage CliError unless outputFormat finds a format.
 void checkOutputName(const std::string& path, const std::string& format = "");
 
-// The image's pixels at `options.bitsPerSample` (8 or 16), written with what
-// `source` carried beyond its pixels (grey, profile, EXIF) when given; throws
-// a CliError with the writer's reason.
+// What an input picture carried beyond its pixels, for its output.
+struct PictureTraits {
+    bool grey = false;
+    std::vector<uint8_t> iccProfile;
+    std::vector<uint8_t> exif;
+};
+
+// The image's pixels at `options.bitsPerSample` (8 or 16), written with
+// `traits` when given; throws a CliError with the writer's reason.
 void writeOutputPicture(const std::shared_ptr<LMImage>& image, const std::string& path,
-                        const LMPictureFileOptions& options, const LMPicture* source, LogRecorder& log);
+                        const LMPictureFileOptions& options, const PictureTraits* traits, LogRecorder& log);
 void writeOutputPicture(const std::shared_ptr<LMImage>& image, const std::string& path, LogRecorder& log);
 void writeOutputBitmap(const std::shared_ptr<LMBitmap>& bitmap, const std::string& path, LogRecorder& log);

@@ -169,7 +169,7 @@ int runChainCommand(const CommandLine& line, LogRecorder& log)
 
         std::shared_ptr<LMPicture> picture;
         try {
-            picture = i == 0 ? first : readPictureFile(input, log, context->maxTextureSize());
+            picture = i == 0 ? std::move(first) : readPictureFile(input, log, context->maxTextureSize());
             if (i == 0)
                 checkSizeFits(picture->size(), *context, "picture " + input);
         } catch (const CliError& error) {
@@ -195,14 +195,17 @@ int runChainCommand(const CommandLine& line, LogRecorder& log)
 
         ChainBuilder builder(context, fit, log);
         auto source = picture->lumetraImageWithContext(context, fit);
+        // Once uploaded, only what the picture carries beyond its pixels is needed.
+        options.bitsPerSample = line.depth ? line.depth : picture->bitsPerSample();
+        const PictureTraits traits{picture->isGrey(), picture->iccProfile(), picture->exifData()};
+        picture.reset();
         if (!source)
             throw CliError("cannot bring " + input + " into the GL context");
         auto result = builder.build(chain, source, context->dimensions());
         double milliseconds = 0;
         auto image = timer ? timer->draw(result, context, milliseconds) : result->drawWithContext(context);
         options.format = outputFormat(output, line.format);
-        options.bitsPerSample = line.depth ? line.depth : picture->bitsPerSample();
-        writeOutputPicture(image, output, options, picture.get(), log);
+        writeOutputPicture(image, output, options, &traits, log);
         // Standard output may carry the picture: reports go to standard error.
         if (timer) {
             if (milliseconds < 0)

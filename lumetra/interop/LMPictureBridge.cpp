@@ -77,8 +77,11 @@ GLuint LMPicture::glTextureWithContext(const std::shared_ptr<LMContext>& context
         return 0;
     if (drawsBitmap16())
         return glTexture16WithContext(context);
-    // Drawing and flipping on the calling thread; only the upload on the GL queue.
-    std::shared_ptr<LMBitmap> raster = rasterizedBitmap();
+    // Drawing and flipping on the calling thread; only the upload on the GL
+    // queue. A bitmap of the picture's size is flipped as it is, not copied first.
+    const bool asStored = bitmap_->pixelsWide() == LMTruncateToGLint(size_.width) &&
+                          bitmap_->pixelsHigh() == LMTruncateToGLint(size_.height);
+    std::shared_ptr<LMBitmap> raster = asStored ? bitmap_ : rasterizedBitmap();
     if (!raster)
         return 0;
     std::shared_ptr<LMBitmap> upright = flippedBIR(raster, raster->pixelsWide(), raster->pixelsHigh());

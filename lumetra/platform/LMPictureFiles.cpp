@@ -66,11 +66,22 @@ std::string takeWarning()
 }
 
 // libvips starts once, with its operation cache off: every picture is read
-// once and must not stay in memory after.
+// once and must not stay in memory after. Its optional modules (loaders
+// through ImageMagick, poppler, libheif, OpenSlide) are left unloaded: the
+// four formats are built in and asked for by name, loading the modules costs
+// about 100 ms a process, and their code stays out of reach of hostile
+// files. libvips finds them under $VIPSHOME, so that names a folder without
+// them while it starts (unless the host set it), and is put back after.
 bool startVips()
 {
     static const bool started = [] {
-        if (VIPS_INIT("lumetra") != 0)
+        const bool ownHome = std::getenv("VIPSHOME") == nullptr;
+        if (ownHome)
+            setenv("VIPSHOME", "/nonexistent/lumetra-no-vips-modules", 0);
+        const int status = VIPS_INIT("lumetra");
+        if (ownHome)
+            unsetenv("VIPSHOME");
+        if (status != 0)
             return false;
         vips_cache_set_max(0);
         g_log_set_handler("VIPS", GLogLevelFlags(G_LOG_LEVEL_WARNING | G_LOG_LEVEL_MESSAGE | G_LOG_LEVEL_INFO),
