@@ -5,7 +5,7 @@
 #      their own command-line tools) on a 1920x1080 and a 6000x4000 picture;
 #   2. the whole-process time and peak memory of an invert with the lumetra
 #      tool, libvips and ImageMagick.
-# Usage: bench/picture-io.sh [BUILD_DIR [SOURCE_PICTURE]]   (writes into $WORK)
+# Usage: [PARTS=2] [RUNS=N] bench/picture-io.sh [BUILD_DIR [SOURCE_PICTURE]]   (works in $WORK)
 # Needs hyperfine, GNU time, libvips-tools, imagemagick, openimageio-tools,
 # netpbm and libjpeg-turbo-progs. The test pictures are made here with vips
 # from SOURCE_PICTURE (any photo; default: skimage's astronaut.png).
@@ -39,6 +39,7 @@ time_it() { # name "command line": mean and standard deviation in ms, peak RSS i
   echo "   $(( $(peak sh -c "exec $command") / 1024 )) MB"
 }
 
+if [ "${PARTS:-12}" != 2 ]; then
 echo "== 1. Libraries: decode (whole picture) and encode (from raw pixels)"
 for size in 1920x1080 6000x4000; do
   for format in png jpg; do
@@ -57,6 +58,8 @@ for size in 1920x1080 6000x4000; do
     fi
   done
 done
+
+fi
 
 echo "== 2. Whole process: invert, PNG in and out"
 for size in 10x10 1920x1080 6000x4000; do
