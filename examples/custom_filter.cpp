@@ -8,20 +8,26 @@
 #include <cmath>
 #include <cstdio>
 
-// Mixes the input towards a tint by an amount.
+// Mixes the input towards a tint by an amount. Its parameters are declared
+// once; the input, control and uniform lists the library asks for, the
+// defaults and the checks of `amount` all come from the declaration.
 class TintFilter : public LMFilterClass<TintFilter, LMFilterSingleInput> {
 public:
+    static const LMFilterDeclaration& declaration()
+    {
+        static const LMFilterDeclaration declared =
+            LMFilterDeclaration("tint", "colour", "mixes the image towards a colour")
+                .input("input", "the image")
+                .control("amount", 0, 0, 1, "", "how far towards the tint")
+                .uniform("tint", LMParameter::Type::Vector3, LMValue{1.0, 1.0, 1.0}, "the colour, linear");
+        return declared;
+    }
     std::string kernelSource() const override
     {
         return "void main() {"
                "    vec3 color = texture(lm_input, lm_location).rgb;"
                "    lm_output = mix(color, lm_tint, lm_amount);"
                "}";
-    }
-    std::vector<std::string> controlNames() const override { return {"amount"}; }
-    std::vector<std::shared_ptr<LMUniform>> otherUniforms() const override
-    {
-        return {LMVector3::vectorWithName("tint")};
     }
 
     void setAmount(double amount) { setProperty("amount", amount); }

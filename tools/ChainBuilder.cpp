@@ -3,6 +3,7 @@
 #include "CliError.h"
 #include "KernelFileFilter.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cmath>
 #include <cstring>
@@ -41,15 +42,51 @@ ChainBuilder::ChainBuilder(std::shared_ptr<LMContext> context, LMContentScaleMod
 
 std::shared_ptr<LMImage> ChainBuilder::pictureImage(const std::string& path, LMSize size)
 {
-    if (auto found = pictures_.find(path); found != pictures_.end())
+    const auto key = std::tuple(path, size.width, size.height);
+    if (auto found = fittedPictures_.find(key); found != fittedPictures_.end())
         return found->second;
-    (void)size;
-    auto picture = readPictureFile(path, log_, context_->maxTextureSize());
-    auto image = picture->lumetraImageWithContext(context_, fit_);
-    if (!image)
-        throw CliError("cannot bring " + path + " into the GL context");
-    pictures_[path] = image;
-    return image;
+    std::shared_ptr<LMImage> image;
+    if (auto found = pictures_.find(path); found != pictures_.end()) {
+        image = found->second;
+    } else {
+        auto picture = readPictureFile(path, log_, context_->maxTextureSize());
+        image = picture->lumetraImageOfOwnSizeWithContext(context_);
+        if (!image)
+            throw CliError("cannot bring " + path + " into the GL context");
+        pictures_[path] = image;
+    }
+    return fittedPictures_[key] = fitted(image, size);
+}
+
+std::shared_ptr<LMImage> ChainBuilder::fitted(const std::shared_ptr<LMImage>& image, LMSize size)
+{
+    const LMSize own = image->dimensions();
+    if (own == size)
+        return image;
+    auto resize = LMFilterResize::filter();
+    resize->setValueForKey(std::shared_ptr<LMDrawable>(image), "input");
+    std::shared_ptr<LMDrawable> fit = resize;
+    if (fit_ == LMContentScaleModeStretch) {
+        resize->setWidth(size.width), resize->setHeight(size.height);
+    } else {
+        // Covering: the side that needs the larger scale decides, the other
+        // overhangs and is cut evenly from both ends.
+        const double scale = std::max(size.width / own.width, size.height / own.height);
+        const double width = std::max(size.width, std::round(own.width * scale));
+        const double height = std::max(size.height, std::round(own.height * scale));
+        resize->setWidth(width), resize->setHeight(height);
+        auto crop = LMFilterCrop::filter();
+        crop->setValueForKey(fit, "input");
+        crop->setX(std::floor((width - size.width) / 2)), crop->setY(std::floor((height - size.height) / 2));
+        crop->setWidth(size.width), crop->setHeight(size.height);
+        fit = crop;
+    }
+    auto drawn = fit->drawWithContext(context_);
+    if (!drawn || !drawn->target())
+        throw CliError("cannot fit a picture of " + std::to_string(long(own.width)) + "x" +
+                       std::to_string(long(own.height)) + " to " + std::to_string(long(size.width)) + "x" +
+                       std::to_string(long(size.height)));
+    return drawn;
 }
 
 LMPoint ChainBuilder::libraryPoint(double x, double y, LMSize contextSize)

@@ -8,6 +8,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <tuple>
 #include <vector>
 
 // Turns a checked chain into library nodes for one context: reads the
@@ -24,9 +25,16 @@ public:
     std::shared_ptr<LMDrawable> build(const std::vector<CheckedFilter>& chain, std::shared_ptr<LMDrawable> source,
                                       LMSize size);
 
-    // A picture file brought into the context fitted to `size`; the same
-    // path is read once per builder. Throws a CliError when it cannot be read.
+    // A picture file brought into the context at its own size, then fitted
+    // to `size` as fitted() does; the same path is read once per builder,
+    // and fitted once per size. Throws a CliError when it cannot be read.
     std::shared_ptr<LMImage> pictureImage(const std::string& path, LMSize size);
+    // The image resampled to `size` (LMFilterResize, its default kernel):
+    // stretched to it, or filled (resized to cover it keeping the aspect
+    // ratio, then the middle cut out), as the builder's fit says. An image
+    // of that size already comes back as it is. Throws a CliError when it
+    // cannot be drawn.
+    std::shared_ptr<LMImage> fitted(const std::shared_ptr<LMImage>& image, LMSize size);
     // Makes `name` stand for an image the host made, wherever the chain names a picture.
     void providePicture(const std::string& name, std::shared_ptr<LMImage> image) { pictures_[name] = std::move(image); }
 
@@ -65,6 +73,7 @@ private:
     LMContentScaleMode fit_;
     LogRecorder& log_;
     std::map<std::string, std::shared_ptr<LMImage>> pictures_;
+    std::map<std::tuple<std::string, double, double>, std::shared_ptr<LMImage>> fittedPictures_;
     std::map<std::string, std::string> kernels_;
     std::vector<AnimatedCircle> circles_;
     std::vector<AnimatedTransform> transforms_;

@@ -56,7 +56,7 @@ std::string declarationHelpText(const LMFilterDeclaration& declaration)
         if (parameter->role == LMParameter::Role::Input)
             text += "PICTURE";
         else
-            text += parameter->isRequired() ? std::string("(required)") : parameter->defaultText();
+            text += parameter->isRequired() ? std::string("(required)") : parameter->defaultTextInTool();
         text += "  " + parameter->help;
         if (!parameter->unit.empty())
             text += ", in " + parameter->unit;
@@ -242,10 +242,18 @@ LMValue parseValue(const FilterSpec& written, const LMParameter& parameter, cons
         if (!parsePair(value, x, y))
             throw badValue(written, key, value, "not x,y (two finite numbers)");
         return std::vector<double>{x, y};
+    case Type::File:
+        if (value.empty())
+            throw badValue(written, key, value, "a file name is required");
+        return value;
     case Type::Vector3:
     case Type::Vector4:
-    case Type::Matrix3: {
-        const size_t wanted = parameter.type == Type::Vector3 ? 3 : parameter.type == Type::Vector4 ? 4 : 9;
+    case Type::Matrix3:
+    case Type::Numbers: {
+        const size_t wanted = parameter.type == Type::Vector3   ? 3
+                              : parameter.type == Type::Vector4 ? 4
+                              : parameter.type == Type::Matrix3 ? 9
+                                                                : parameter.listLength;
         std::vector<double> numbers;
         std::stringstream stream(value);
         for (std::string part; std::getline(stream, part, ',');) {
@@ -253,7 +261,7 @@ LMValue parseValue(const FilterSpec& written, const LMParameter& parameter, cons
                 throw badValue(written, key, value, "not " + parameter.typeDescription());
             numbers.push_back(x);
         }
-        if (numbers.size() != wanted)
+        if (numbers.empty() || (wanted && numbers.size() != wanted) || value.back() == ',')
             throw badValue(written, key, value, "not " + parameter.typeDescription());
         return numbers;
     }
@@ -334,12 +342,17 @@ std::vector<CheckedFilter> checkChain(const std::vector<FilterSpec>& chain)
                 continue;
             }
             checked.values.emplace_back(parameter, parseValue(written, *parameter, key, value));
+            // A file the filter reads is one the run reads: no output may replace it.
+            if (parameter->type == LMParameter::Type::File)
+                checked.files[parameter->name] = value;
         }
         for (const LMParameter* parameter : parameters) {
             const bool required = parameter->isRequired() || parameter->role == LMParameter::Role::Input;
             if (required && !given.count(parameter->keyInTool()))
                 throw CliError::usage("filter " + written.name + ": " + parameter->keyInTool() + "= is required\n" +
                                       usageOf(checked));
+            if (!parameter->toolDefaultValue.isNone() && !given.count(parameter->keyInTool()))
+                checked.values.emplace_back(parameter, parameter->toolDefaultValue);
         }
         checkedChain.push_back(std::move(checked));
     }

@@ -194,13 +194,15 @@ int runChainCommand(const CommandLine& line, LogRecorder& log)
             context->setDimensions(picture->size());
 
         ChainBuilder builder(context, fit, log);
-        auto source = picture->lumetraImageWithContext(context, fit);
+        // At its own size, then resampled to the context's.
+        auto source = picture->lumetraImageOfOwnSizeWithContext(context);
         // Once uploaded, only what the picture carries beyond its pixels is needed.
         options.bitsPerSample = line.depth ? line.depth : picture->bitsPerSample();
         const PictureTraits traits{picture->isGrey(), picture->iccProfile(), picture->exifData()};
         picture.reset();
         if (!source)
             throw CliError("cannot bring " + input + " into the GL context");
+        source = builder.fitted(source, context->dimensions());
         auto result = builder.build(chain, source, context->dimensions());
         double milliseconds = 0;
         auto image = timer ? timer->draw(result, context, milliseconds) : result->drawWithContext(context);

@@ -67,9 +67,11 @@ int viewCommand(const CommandLine& line, LogRecorder& log)
     const LMContentScaleMode fit = line.fit == CliFit::Stretch ? LMContentScaleModeStretch : LMContentScaleModeFill;
 
     ChainBuilder builder(context, fit, log);
-    auto source = picture->lumetraImageWithContext(context, fit);
+    // At its own size, then resampled to the context's.
+    auto source = picture->lumetraImageOfOwnSizeWithContext(context);
     if (!source)
         throw CliError("cannot bring " + line.inputs.front() + " into the GL context");
+    source = builder.fitted(source, size);
     auto result = builder.build(chain, source, size);
 
     auto view = LMDrawableView::viewWithContext(context);

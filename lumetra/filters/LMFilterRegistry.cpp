@@ -17,6 +17,11 @@ LMFilterRegistry& LMFilterRegistry::shared()
         builtIn.add<LMFilterCrop>();
         builtIn.add<LMFilterFlip>();
         builtIn.add<LMFilterRotate>();
+        builtIn.add<LMFilterResize>();
+        builtIn.add<LMFilterGaussianBlur>();
+        builtIn.add<LMFilterBoxBlur>();
+        builtIn.add<LMFilterMedian>();
+        builtIn.add<LMFilterUnsharp>();
         builtIn.add<LMFilterMax2>();
         builtIn.add<LMFilterCircle>();
         return builtIn;

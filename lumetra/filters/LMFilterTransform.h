@@ -1,5 +1,6 @@
 #pragma once
 
+#include "lumetra/filters/LMFilterResize.h"
 #include "lumetra/nodes/LMFilterClass.h"
 #include "lumetra/platform/LMAffineTransform.h"
 #include "lumetra/platform/LMFloatMatrix3.h"
@@ -26,6 +27,19 @@ public:
     // With a custom output size the filter always tiles.
     std::string edge() const { return choiceSetting("edge"); }
     void setEdge(std::string edge) { setProperty("edge", std::move(edge)); }
+    // Off by default (the lookup samples the input as it is). On, where the
+    // transform shrinks the image along its x or y axis, the input is first
+    // resampled by LMFilterResize's default kernel to the size the
+    // transform makes of it, so nothing aliases; the tool turns it on.
+    bool resample() const { return flagSetting("resample"); }
+    void setResample(bool resample) { setProperty("resample", resample ? 1.0 : 0.0); }
+
+    // How much the inverse transform `inverse` (the kernel's list) shrinks
+    // the input's unit steps along x and y: each at most 1.
+    struct Shrink {
+        double x = 1, y = 1;
+    };
+    static Shrink shrinkOfMatrix(const std::vector<double>& inverse);
 
     LMAffineTransform transform() const { return transform_; }
     // Computes the inverse matrix and its list, and marks the filter itself.
@@ -38,6 +52,8 @@ public:
     void setMat(const LMFloatMatrix3& mat) { mat_ = mat; }
 
 private:
+    // Made on the first draw that resamples; it holds no input between draws.
+    LMFilterRef<LMFilterResize> resampler_;
     LMAffineTransform transform_;
     LMFloatMatrix3 mat_;
 };

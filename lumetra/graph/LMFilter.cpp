@@ -168,6 +168,22 @@ void LMFilter::rebuildUniformNames()
     for (const auto& uniform : otherUniforms_)
         otherUniformNames_.push_back(uniform ? uniformName(uniform->name()) : std::string());
     inputValues_.assign(inputNames_.size(), nullptr);
+
+    // What an unset control or uniform uploads: its declared default, else
+    // nothing (a control then reads 0, a uniform zeros).
+    const LMFilterDeclaration* declaration = filterDeclaration();
+    auto declaredDefault = [declaration](const std::string& name) {
+        const LMParameter* parameter = declaration ? declaration->parameterNamed(name) : nullptr;
+        return parameter ? parameter->defaultValue : LMValue();
+    };
+    controlDefaults_.clear();
+    for (const std::string& name : controlNames_) {
+        const LMValue fallback = declaredDefault(name);
+        controlDefaults_.push_back(fallback.number() ? *fallback.number() : 0.0);
+    }
+    uniformDefaults_.clear();
+    for (const auto& uniform : otherUniforms_)
+        uniformDefaults_.push_back(uniform ? declaredDefault(uniform->name()) : LMValue());
 }
 
 // The property store
@@ -477,25 +493,28 @@ void LMFilter::drawInputsWithContext(const std::shared_ptr<LMContext>& context)
     // Filled aside and stored at the end: an input's draw may run host code
     // that changes this filter's input names.
     std::vector<std::shared_ptr<LMImage>> values(inputNames_.size());
-    const LMSize workingSize = workingSizeForContext(*context);
-    for (size_t i = 0; i < values.size() && i < inputNames_.size(); ++i) {
-        const std::shared_ptr<LMDrawable> input = drawableProperty(inputNames_[i]);
-        std::shared_ptr<LMImage> image;
-        if (input && !isCompatibleDrawable(input, workingSize))
-            reportOnce(inputNames_[i], "is an image of another size");
-        else if (input)
-            image = input->drawWithContext(context);
-        // The texture of another context's image (or of one whose context
-        // has gone) names nothing here, or something else.
-        if (image && image->context() != context) {
-            reportOnce(inputNames_[i], "is an image of another context");
-            image = nullptr;
-        }
-        // A missing input, one that drew nothing and one refused above read
-        // as black: an unbound texture unit would sample what it held before.
-        values[i] = image ? image : blackImageWithContext(context);
-    }
+    for (size_t i = 0; i < values.size() && i < inputNames_.size(); ++i)
+        values[i] = drawnInput(inputNames_[i], context);
     inputValues_ = std::move(values);
+}
+
+std::shared_ptr<LMImage> LMFilter::drawnInput(const std::string& name, const std::shared_ptr<LMContext>& context)
+{
+    const std::shared_ptr<LMDrawable> input = drawableProperty(name);
+    std::shared_ptr<LMImage> image;
+    if (input && !isCompatibleDrawable(input, workingSizeForContext(*context)))
+        reportOnce(name, "is an image of another size");
+    else if (input)
+        image = input->drawWithContext(context);
+    // The texture of another context's image (or of one whose context
+    // has gone) names nothing here, or something else.
+    if (image && image->context() != context) {
+        reportOnce(name, "is an image of another context");
+        image = nullptr;
+    }
+    // A missing input, one that drew nothing and one refused above read
+    // as black: an unbound texture unit would sample what it held before.
+    return image ? image : blackImageWithContext(context);
 }
 
 std::shared_ptr<LMImage> LMFilter::inputValueForName(std::string_view name) const
@@ -611,14 +630,16 @@ void LMFilter::uploadUniforms(LMContext& context, LMProgram& program, LMSize out
         }
 
         for (size_t i = 0; i < controlNames_.size(); ++i) {
-            const double value = numberProperty(controlNames_[i]).value_or(0.0);
+            const double value = numberProperty(controlNames_[i]).value_or(controlDefaults_[i]);
             glUniform1f(program.uniformLocation(controlUniformNames_[i]), static_cast<GLfloat>(value));
         }
 
         for (size_t i = 0; i < otherUniforms_.size(); ++i) {
-            if (otherUniforms_[i])
-                otherUniforms_[i]->bindToLocation(program.uniformLocation(otherUniformNames_[i]),
-                                                  valueForKey(otherUniforms_[i]->name()), owner);
+            if (!otherUniforms_[i])
+                continue;
+            const LMValue value = valueForKey(otherUniforms_[i]->name());
+            otherUniforms_[i]->bindToLocation(program.uniformLocation(otherUniformNames_[i]),
+                                              value.isNone() ? uniformDefaults_[i] : value, owner);
         }
 
         const LMSize dimensions = workingSizeForContext(context);

@@ -62,6 +62,10 @@ public:
     // declares. Its Setting parameters are keys the filter knows and, through
     // the handle, setters that mark it.
     virtual const LMFilterDeclaration* filterDeclaration() const { return nullptr; }
+    // Whether the kernel reads each input only at lm_location (the
+    // declaration says so): with the context's fusion on, a run of such
+    // filters draws as one pass.
+    virtual bool isPerPixel() const { return filterDeclaration() && filterDeclaration()->isPerPixel(); }
     // The name of the filter's class, for its programs and its log lines.
     virtual std::string className() const;
     // The key of the filter's program in a context's program cache: the
@@ -86,6 +90,7 @@ public:
     // Drawing. A filter that is its own input, directly or through other
     // nodes, draws black where the cycle closes and logs so once.
     std::shared_ptr<LMImage> drawWithContext(const std::shared_ptr<LMContext>& context) override;
+    LMFilter* filterBehind() override { return this; }
     virtual std::shared_ptr<LMImage> validCachedOutputForContext(const std::shared_ptr<LMContext>& context);
     virtual void setCachedOutput(std::shared_ptr<LMImage> output);
     virtual std::shared_ptr<LMImage> applyProgramWithContext(const std::shared_ptr<LMContext>& context);
@@ -190,6 +195,10 @@ protected:
     std::vector<double> numbersProperty(std::string_view key) const;
 
 private:
+    // Draws runs of per-pixel filters as one pass: it reads and clears the
+    // members' drawing state as each member's own draw would.
+    friend class LMFusedRun;
+
     struct NameHash {
         using is_transparent = void;
         size_t operator()(std::string_view name) const { return std::hash<std::string_view>{}(name); }
@@ -208,6 +217,9 @@ private:
     // program, uniforms, draw.
     std::shared_ptr<LMImage> renderWithContext(const std::shared_ptr<LMContext>& context, LMSize outputSize);
     void uploadUniforms(LMContext& context, LMProgram& program, LMSize outputSize);
+    // The input of that name drawn for this filter: black when missing, of
+    // another size or of another context (reported once).
+    std::shared_ptr<LMImage> drawnInput(const std::string& name, const std::shared_ptr<LMContext>& context);
     void reportUnknownKey(std::string_view key);
     bool isDeclaredKey(std::string_view key) const;
     void releaseQuadState();
@@ -219,6 +231,9 @@ private:
     std::vector<std::string> inputUniformNames_;
     std::vector<std::string> controlUniformNames_;
     std::vector<std::string> otherUniformNames_;
+    // The declared defaults of the controls and uniforms, in the same order.
+    std::vector<double> controlDefaults_;
+    std::vector<LMValue> uniformDefaults_;
 
     std::unordered_map<std::string, LMValue, NameHash, std::equal_to<>> properties_;
     mutable std::unordered_map<std::string, bool, NameHash, std::equal_to<>> reportedKeys_;

@@ -85,6 +85,25 @@ LMFilterDeclaration& LMFilterDeclaration::choice(std::string name, std::string d
     return parameter(std::move(declared));
 }
 
+LMFilterDeclaration& LMFilterDeclaration::numbers(std::string name, size_t length, std::string help)
+{
+    LMParameter declared;
+    declared.name = std::move(name);
+    declared.type = LMParameter::Type::Numbers;
+    declared.listLength = length;
+    declared.help = std::move(help);
+    return parameter(std::move(declared));
+}
+
+LMFilterDeclaration& LMFilterDeclaration::file(std::string name, std::string help)
+{
+    LMParameter declared;
+    declared.name = std::move(name);
+    declared.type = LMParameter::Type::File;
+    declared.help = std::move(help);
+    return parameter(std::move(declared));
+}
+
 LMFilterDeclaration& LMFilterDeclaration::required()
 {
     parameters_.back().defaultValue = LMValue();
@@ -97,6 +116,12 @@ LMFilterDeclaration& LMFilterDeclaration::inTool(std::string key)
     return *this;
 }
 
+LMFilterDeclaration& LMFilterDeclaration::toolDefault(LMValue value)
+{
+    parameters_.back().toolDefaultValue = std::move(value);
+    return *this;
+}
+
 LMFilterDeclaration& LMFilterDeclaration::libraryOnly()
 {
     parameters_.back().libraryOnly = true;
@@ -106,6 +131,12 @@ LMFilterDeclaration& LMFilterDeclaration::libraryOnly()
 LMFilterDeclaration& LMFilterDeclaration::demo(std::string chain)
 {
     demo_ = std::move(chain);
+    return *this;
+}
+
+LMFilterDeclaration& LMFilterDeclaration::perPixel()
+{
+    perPixel_ = true;
     return *this;
 }
 

@@ -44,17 +44,26 @@ public:
     LMFilterDeclaration& flag(std::string name, bool defaultValue, std::string help);
     LMFilterDeclaration& choice(std::string name, std::string defaultValue, std::vector<std::string> choices,
                                 std::string help);
+    // A list of numbers (`length` of them, or any number for 0); no default.
+    LMFilterDeclaration& numbers(std::string name, size_t length, std::string help);
+    // A file the filter reads, by its path; no default.
+    LMFilterDeclaration& file(std::string name, std::string help);
     // Any parameter as written out in full.
     LMFilterDeclaration& parameter(LMParameter parameter);
     // The last parameter added has no default: the tool requires it.
     LMFilterDeclaration& required();
     // The tool writes the last parameter added as `key`.
     LMFilterDeclaration& inTool(std::string key);
+    // The tool's own default for the last parameter added.
+    LMFilterDeclaration& toolDefault(LMValue value);
     // The last parameter added is the library's only (see LMParameter::libraryOnly).
     LMFilterDeclaration& libraryOnly();
     // The chain the demo sheet shows for the filter, in the tool's syntax
     // ("gaussian-blur sigma=4"); by default the tool name alone.
     LMFilterDeclaration& demo(std::string chain);
+    // The kernel reads each input only at lm_location, so that a run of such
+    // filters may be drawn as one pass (see LMContext::setFusionEnabled).
+    LMFilterDeclaration& perPixel();
     LMFilterDeclaration& createsContextDimensionsUniform();
     LMFilterDeclaration& createsTargetDimensionsUniform();
 
@@ -64,6 +73,7 @@ public:
     const std::string& demoChain() const { return demo_.empty() ? toolName_ : demo_; }
     const std::vector<LMParameter>& parameters() const { return parameters_; }
     const LMParameter* parameterNamed(std::string_view name) const;
+    bool isPerPixel() const { return perPixel_; }
     bool createsContextDimensions() const { return contextDimensions_; }
     bool createsTargetDimensions() const { return targetDimensions_; }
 
@@ -78,6 +88,7 @@ private:
     std::string summary_;
     std::string demo_;
     std::vector<LMParameter> parameters_;
+    bool perPixel_ = false;
     bool contextDimensions_ = false;
     bool targetDimensions_ = false;
 };

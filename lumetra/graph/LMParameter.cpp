@@ -28,8 +28,22 @@ std::string LMParameter::typeDescription() const
     case Type::Vector4: return "four numbers";
     case Type::Matrix3: return "nine numbers";
     case Type::Point: return "x,y";
+    case Type::Numbers:
+        return listLength ? std::to_string(listLength) + " numbers, separated by commas"
+                          : "numbers separated by commas";
+    case Type::File: return "a file name";
     }
     return "a value";
+}
+
+std::string LMParameter::defaultTextInTool() const
+{
+    if (toolDefaultValue.isNone())
+        return defaultText();
+    LMParameter tool = *this;
+    tool.defaultValue = toolDefaultValue;
+    tool.toolDefaultValue = LMValue();
+    return tool.defaultText();
 }
 
 std::string LMParameter::defaultText() const

@@ -33,6 +33,8 @@ struct LMParameter {
         Vector4,
         Matrix3, // nine numbers, column by column
         Point, // x,y: a position in the image (the tool writes it from the top-left corner)
+        Numbers, // a list of numbers, of `listLength` when that is not 0
+        File, // a path, as a string, that the filter reads
     };
 
     std::string name;
@@ -43,11 +45,17 @@ struct LMParameter {
     double minimum = -std::numeric_limits<double>::infinity();
     double maximum = std::numeric_limits<double>::infinity();
     std::vector<std::string> choices;
+    // Numbers: how many; 0 for any number of them.
+    size_t listLength = 0;
     std::string unit;
     std::string help;
     // The key the tool writes, when it differs from the name (a picture
     // input written with=, a centre point written center=).
     std::string toolKey;
+    // The default the tool uses instead, when it differs: a library filter
+    // keeps its documented behaviour by default while the tool turns on
+    // what a user of the tool expects (none: the same default).
+    LMValue toolDefaultValue;
     // Shown to the library only: the tool neither accepts nor lists it (a
     // matrix the filter computes from friendlier settings).
     bool libraryOnly = false;
@@ -59,6 +67,8 @@ struct LMParameter {
     std::string typeDescription() const;
     // The default as the tool writes it; "" when there is none.
     std::string defaultText() const;
+    // The tool's default, as the tool writes it.
+    std::string defaultTextInTool() const;
     // A number as help and messages write it: "%g".
     static std::string numberText(double value);
     // Why a number does not fit this parameter ("must be at least 1"), or "" when it fits.

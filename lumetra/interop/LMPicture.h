@@ -109,6 +109,12 @@ public:
     std::shared_ptr<LMImage> lumetraImageWithContext(const std::shared_ptr<LMContext>& context,
                                                      LMContentScaleMode mode) const;
     std::shared_ptr<LMImage> lumetraImageWithContext(const std::shared_ptr<LMContext>& context) const;
+    // A new image of the picture's own size in pixels (truncated as when it
+    // is drawn), whatever the context's size, holding the picture pixel for
+    // pixel, colour multiplied by alpha (a 16-bit picture's 16 bits whole).
+    // Resample it to another size with a filter (LMFilterResize). Null without a live context, below one pixel
+    // either way, or when no target could be leased or filled (logged).
+    std::shared_ptr<LMImage> lumetraImageOfOwnSizeWithContext(const std::shared_ptr<LMContext>& context) const;
     // The image's pixels read back into a new picture of its floored size,
     // alpha opaque. Null for a null image, one whose context is gone, one
     // with no render target, or when GL reports an error reading it (logged).
@@ -118,6 +124,9 @@ public:
     static std::shared_ptr<LMPicture> imageWithLMImage(const std::shared_ptr<LMImage>& image, int bitsPerSample);
 
 private:
+    // The rasterised picture upright in GL's bottom-up rows, colour
+    // multiplied by alpha: what every upload sends. Null when it cannot be made.
+    std::shared_ptr<LMBitmap> uprightBitmapForUpload() const;
     bool writeToFile(const std::string& path,
                      const std::function<bool(const LMBitmap&, std::FILE*, std::string&)>& write) const;
     LMPicture(std::shared_ptr<LMBitmap> bitmap, LMSize size);
@@ -125,7 +134,6 @@ private:
     // The 16-bit pixels when they are drawn as they are: at the bitmap's own size.
     bool drawsBitmap16() const;
     bool fileContents(LMPictureFileContents& contents) const;
-    GLuint glTexture16WithContext(const std::shared_ptr<LMContext>& context) const;
 
     std::shared_ptr<LMBitmap> bitmap_;
     std::shared_ptr<LMBitmap16> bitmap16_;

@@ -28,8 +28,6 @@ void multiplyByAlpha(LMBitmap& bitmap)
     }
 }
 
-} // namespace
-
 // The same at 16 bits a sample.
 void multiplyByAlpha(LMBitmap16& bitmap)
 {
@@ -45,25 +43,104 @@ void multiplyByAlpha(LMBitmap16& bitmap)
     }
 }
 
-GLuint LMPicture::glTexture16WithContext(const std::shared_ptr<LMContext>& context) const
+// 16-bit pixels flipped to GL's bottom-up rows, colour times alpha.
+std::shared_ptr<LMBitmap16> uprightForUpload(const LMBitmap16& bitmap)
 {
-    std::shared_ptr<LMBitmap16> upright = bitmap16_->flipped();
-    if (!upright)
+    std::shared_ptr<LMBitmap16> upright = bitmap.flipped();
+    if (upright)
+        multiplyByAlpha(*upright);
+    return upright;
+}
+
+} // namespace
+
+std::shared_ptr<LMBitmap> LMPicture::uprightBitmapForUpload() const
+{
+    // Drawing and flipping on the calling thread; only the upload on the GL
+    // queue. A bitmap of the picture's size is flipped as it is, not copied first.
+    const bool asStored = bitmap_->pixelsWide() == LMTruncateToGLint(size_.width) &&
+                          bitmap_->pixelsHigh() == LMTruncateToGLint(size_.height);
+    std::shared_ptr<LMBitmap> raster = asStored ? bitmap_ : rasterizedBitmap();
+    if (!raster)
+        return nullptr;
+    std::shared_ptr<LMBitmap> upright = flippedBIR(raster, raster->pixelsWide(), raster->pixelsHigh());
+    if (upright)
+        multiplyByAlpha(*upright);
+    return upright;
+}
+
+namespace {
+
+// Uploads the bitmap into the bound rectangle texture: a new texture of its
+// size (GL_RGBA8) or, with `replace`, over the texture's lower-left corner.
+// On the GL queue; false when GL reports an error.
+bool uploadBitmap(const LMBitmap& upright, bool replace)
+{
+    // A host block may have left skips, swapping or an unpack buffer
+    // that would read outside the bitmap.
+    LMOpenGL::setUploadState();
+    // Rows are padded: GL must step by the bitmap's true row length.
+    glPixelStorei(GL_UNPACK_ROW_LENGTH, upright.bytesPerRow() * 8 / upright.bitsPerPixel());
+    glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
+    if (replace)
+        glTexSubImage2D(GL_TEXTURE_RECTANGLE, 0, 0, 0, upright.pixelsWide(), upright.pixelsHigh(), GL_RGBA,
+                        GL_UNSIGNED_BYTE, upright.bitmapData());
+    else
+        glTexImage2D(GL_TEXTURE_RECTANGLE, 0, GL_RGBA8, upright.pixelsWide(), upright.pixelsHigh(), 0, GL_RGBA,
+                     GL_UNSIGNED_BYTE, upright.bitmapData());
+    // Back to GL's defaults, for whoever uploads next in this context.
+    glPixelStorei(GL_UNPACK_ROW_LENGTH, 0);
+    glPixelStorei(GL_UNPACK_ALIGNMENT, 4);
+    return LMOpenGL::takeErrors() == GL_NO_ERROR;
+}
+
+// The same for 16-bit pixels: a new GL_RGBA16 texture, or over the bound one.
+bool uploadBitmap(const LMBitmap16& upright, bool replace)
+{
+    LMOpenGL::setUploadState();
+    glPixelStorei(GL_UNPACK_ALIGNMENT, 2);
+    if (replace)
+        glTexSubImage2D(GL_TEXTURE_RECTANGLE, 0, 0, 0, upright.pixelsWide(), upright.pixelsHigh(), GL_RGBA,
+                        GL_UNSIGNED_SHORT, upright.bitmapData());
+    else
+        glTexImage2D(GL_TEXTURE_RECTANGLE, 0, GL_RGBA16, upright.pixelsWide(), upright.pixelsHigh(), 0, GL_RGBA,
+                     GL_UNSIGNED_SHORT, upright.bitmapData());
+    glPixelStorei(GL_UNPACK_ALIGNMENT, 4);
+    return LMOpenGL::takeErrors() == GL_NO_ERROR;
+}
+
+// A new texture, or the bound one replaced, from whichever bitmap there is;
+// logs a failure.
+template <class Bitmap>
+bool upload(const Bitmap& upright, bool replace)
+{
+    const bool uploaded = uploadBitmap(upright, replace);
+    if (!uploaded && replace)
+        LMLog("LMPicture: Error uploading a picture of %d by %d pixels into an image", upright.pixelsWide(),
+              upright.pixelsHigh());
+    else if (!uploaded)
+        LMLog("LMPicture: Error uploading a texture of %d by %d pixels", upright.pixelsWide(), upright.pixelsHigh());
+    return uploaded;
+}
+
+} // namespace
+
+GLuint LMPicture::glTextureWithContext(const std::shared_ptr<LMContext>& context) const
+{
+    if (!context)
         return 0;
-    multiplyByAlpha(*upright);
+    std::shared_ptr<LMBitmap16> upright16 = drawsBitmap16() ? uprightForUpload(*bitmap16_) : nullptr;
+    std::shared_ptr<LMBitmap> upright = upright16 ? nullptr : uprightBitmapForUpload();
+    if (!upright && !upright16)
+        return 0;
+
     GLuint texture = 0;
     context->executeOpenGL([&] {
+        // Whatever earlier work left pending must not read as our failure.
         LMOpenGL::takeErrors();
-        LMOpenGL::setUploadState();
-        glPixelStorei(GL_UNPACK_ALIGNMENT, 2);
         glGenTextures(1, &texture);
         glBindTexture(GL_TEXTURE_RECTANGLE, texture);
-        glTexImage2D(GL_TEXTURE_RECTANGLE, 0, GL_RGBA16, upright->pixelsWide(), upright->pixelsHigh(), 0, GL_RGBA,
-                     GL_UNSIGNED_SHORT, upright->bitmapData());
-        glPixelStorei(GL_UNPACK_ALIGNMENT, 4);
-        if (LMOpenGL::takeErrors() != GL_NO_ERROR) {
-            LMLog("LMPicture: Error uploading a texture of %d by %d pixels", upright->pixelsWide(),
-                  upright->pixelsHigh());
+        if (!(upright16 ? upload(*upright16, false) : upload(*upright, false))) {
             glDeleteTextures(1, &texture);
             texture = 0;
         }
@@ -71,49 +148,27 @@ GLuint LMPicture::glTexture16WithContext(const std::shared_ptr<LMContext>& conte
     return texture;
 }
 
-GLuint LMPicture::glTextureWithContext(const std::shared_ptr<LMContext>& context) const
+std::shared_ptr<LMImage> LMPicture::lumetraImageOfOwnSizeWithContext(const std::shared_ptr<LMContext>& context) const
 {
     if (!context)
-        return 0;
-    if (drawsBitmap16())
-        return glTexture16WithContext(context);
-    // Drawing and flipping on the calling thread; only the upload on the GL
-    // queue. A bitmap of the picture's size is flipped as it is, not copied first.
-    const bool asStored = bitmap_->pixelsWide() == LMTruncateToGLint(size_.width) &&
-                          bitmap_->pixelsHigh() == LMTruncateToGLint(size_.height);
-    std::shared_ptr<LMBitmap> raster = asStored ? bitmap_ : rasterizedBitmap();
-    if (!raster)
-        return 0;
-    std::shared_ptr<LMBitmap> upright = flippedBIR(raster, raster->pixelsWide(), raster->pixelsHigh());
-    if (!upright)
-        return 0;
-    multiplyByAlpha(*upright);
-
-    GLuint texture = 0;
+        return nullptr;
+    // 16-bit pixels go into the 16-bit render target whole.
+    std::shared_ptr<LMBitmap16> upright16 = drawsBitmap16() ? uprightForUpload(*bitmap16_) : nullptr;
+    std::shared_ptr<LMBitmap> upright = upright16 ? nullptr : uprightBitmapForUpload();
+    if (!upright && !upright16)
+        return nullptr;
+    const LMSize size = upright16 ? LMSize{double(upright16->pixelsWide()), double(upright16->pixelsHigh())}
+                                  : LMSize{double(upright->pixelsWide()), double(upright->pixelsHigh())};
+    auto image = LMImage::imageWithContext(context, size);
+    if (!image->target())
+        return nullptr;
+    bool uploaded = false;
     context->executeOpenGL([&] {
-        // Whatever earlier work left pending must not read as our failure.
         LMOpenGL::takeErrors();
-        // A host block may have left skips, swapping or an unpack buffer
-        // that would read outside the bitmap.
-        LMOpenGL::setUploadState();
-        // Rows are padded: GL must step by the bitmap's true row length.
-        glPixelStorei(GL_UNPACK_ROW_LENGTH, upright->bytesPerRow() * 8 / upright->bitsPerPixel());
-        glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
-        glGenTextures(1, &texture);
-        glBindTexture(GL_TEXTURE_RECTANGLE, texture);
-        glTexImage2D(GL_TEXTURE_RECTANGLE, 0, GL_RGBA8, upright->pixelsWide(), upright->pixelsHigh(), 0, GL_RGBA,
-                     GL_UNSIGNED_BYTE, upright->bitmapData());
-        // Back to GL's defaults, for whoever uploads next in this context.
-        glPixelStorei(GL_UNPACK_ROW_LENGTH, 0);
-        glPixelStorei(GL_UNPACK_ALIGNMENT, 4);
-        if (LMOpenGL::takeErrors() != GL_NO_ERROR) {
-            LMLog("LMPicture: Error uploading a texture of %d by %d pixels", upright->pixelsWide(),
-                  upright->pixelsHigh());
-            glDeleteTextures(1, &texture);
-            texture = 0;
-        }
+        glBindTexture(GL_TEXTURE_RECTANGLE, image->texture());
+        uploaded = upright16 ? upload(*upright16, true) : upload(*upright, true);
     });
-    return texture;
+    return uploaded ? image : nullptr;
 }
 
 std::shared_ptr<LMImage> LMPicture::lumetraImageWithContext(const std::shared_ptr<LMContext>& context) const

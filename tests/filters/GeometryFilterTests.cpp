@@ -99,3 +99,26 @@ TEST_F(GeometryFilters, MultiPassFiltersCacheAndMarkLikeAnyFilter)
     auto unaware = LMFilterInvert::filterWithInput(quarter);
     EXPECT_EQ(drawnPixels(unaware, context).width, width);
 }
+
+// Shrunk to 0.3 and turned, a one-pixel checkerboard is grey when the
+// transform resamples first, and aliases into stripes when it does not.
+TEST(TransformResampling, ShrinkingDoesNotAliasWhenResamplingIsOn)
+{
+    auto context = LMContext::contextWithDimensions({120, 90});
+    const Pixels checks = pixelsOf(120, 90, [](int x, int y) { return (x + y) % 2 ? white : black; });
+    auto transform = LMFilterTransform::filterWithInput(imageOf(context, checks));
+    transform->setTransform(
+        LMAffineTransform{}.translateXBy(60, 45).rotateByDegrees(20).scaleBy(0.3).translateXBy(-60, -45));
+    transform->setEdge("clamp");
+    auto spread = [&] {
+        const Pixels drawn = drawnPixels(transform, context);
+        int lowest = 255, highest = 0;
+        for (int y = 35; y < 55; ++y)
+            for (int x = 45; x < 75; ++x)
+                lowest = std::min<int>(lowest, drawn.at(x, y)[0]), highest = std::max<int>(highest, drawn.at(x, y)[0]);
+        return highest - lowest;
+    };
+    EXPECT_GT(spread(), 100);
+    transform->setResample(true);
+    EXPECT_LE(spread(), 3);
+}

@@ -149,3 +149,15 @@ TEST(FilterDeclarations, BadSettingsReadAsTheirDefaultsAndAreReportedOnce)
     EXPECT_EQ(stepsLines, 1);
     EXPECT_EQ(modeLines, 1);
 }
+
+// An unset control draws with its declared default, not 0.
+TEST(FilterDeclarations, UnsetControlsDrawTheirDeclaredDefault)
+{
+    auto context = LMContext::contextWithDimensions({2, 2});
+    auto tint = Tinter::filterWithInput(LMColor::colorWithRed(0.25, 0.5, 0.75));
+    const std::optional<LMRGBA> unset = tint->drawWithContext(context)->readPixelColorAtX(0, 0);
+    ASSERT_TRUE(unset);
+    EXPECT_NEAR(unset->green, 0.5, 0.01);
+    tint->setValueForKey(LMValue(2.0), "gain");
+    EXPECT_NEAR(tint->drawWithContext(context)->readPixelColorAtX(0, 0)->green, 1.0, 0.01);
+}

@@ -158,6 +158,42 @@ TEST_F(CliTest, FitsThePictureToAContextOfAnotherSize)
     expectPixels("big.png", pixelsOf(128, 96, [](int x, int y) { return inverted.at(x / 2, y / 2); }), 2);
 }
 
+// A one-pixel checkerboard brought to a fifth of its size each way is flat
+// grey, stretched or filled: the resampling averages, it does not pick (each
+// output centre falls on one input pixel's centre).
+TEST_F(CliTest, FittingAPictureDownDoesNotAlias)
+{
+    writePicture("checks.png", pixelsOf(250, 190, [](int x, int y) { return (x + y) % 2 ? white : black; }));
+    for (const auto& [size, fit] : {std::pair{"50x38", "stretch"}, std::pair{"50x30", "fill"}}) {
+        ASSERT_EQ(run(std::string("checks.png -o small.png --size ") + size + " --fit " + fit + " -- invert").first, 0);
+        const int high = std::string(size) == "50x38" ? 38 : 30;
+        expectPixels("small.png", pixelsOf(50, high, [](int, int) { return Pixel{128, 128, 128, 255}; }), 2);
+    }
+}
+
+// After a resize the chain works at the new size: a circle placed in its
+// pixels, and a with= picture fitted to them (four flat quarters stay four).
+TEST_F(CliTest, FiltersAfterAResizeWorkAtItsSize)
+{
+    const Pixel quarters[2][2] = {{Pixel{200, 40, 40, 255}, Pixel{40, 200, 40, 255}},
+                                  {Pixel{40, 40, 200, 255}, Pixel{220, 220, 60, 255}}};
+    writePicture("quarters.png",
+                 pixelsOf(width, height, [&](int x, int y) { return quarters[y >= height / 2][x >= width / 2]; }));
+    ASSERT_EQ(run("in.png -o circle.png -- resize width=32 -- invert -- circle radius=6 center=10,8").first, 0);
+    expectPixels("circle.png", pixelsOf(32, 24, [](int x, int y) {
+                     return std::hypot(x + 0.5 - 10, 24 - y - 0.5 - 8) <= 6 ? white : black;
+                 }));
+    ASSERT_EQ(run("in.png -o max.png -- resize width=32 -- fader control=0 -- max2 with=quarters.png").first, 0);
+    auto bitmap = readPicture("max.png");
+    ASSERT_TRUE(bitmap && bitmap->pixelsWide() == 32 && bitmap->pixelsHigh() == 24);
+    const Pixels out = pixelsOf(*bitmap);
+    for (int y : {0, 1})
+        for (int x : {0, 1})
+            EXPECT_TRUE(samePixels(pixelsOf(1, 1, [&](int, int) { return out.at(8 + 16 * x, 6 + 12 * y); }),
+                                   pixelsOf(1, 1, [&](int, int) { return quarters[y][x]; })))
+                << "quarter " << x << ", " << y;
+}
+
 // Every class of bad input, and files and streams that never end or are far
 // too long (each read no further than its limit): one message, no output.
 TEST_F(CliTest, BadInputEndsWithOneMessageAndNoOutput)
