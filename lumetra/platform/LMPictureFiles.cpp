@@ -239,9 +239,29 @@ bool unpack(VipsImage* image, LMPictureFileContents& contents, std::string& erro
     return true;
 }
 
+// A PNG chunk claiming more bytes than the file has left: libpng would
+// allocate the claim (a 127-byte file's text chunk can claim 218 MB) before
+// finding that the data is not there.
+bool pngChunksFit(const uint8_t* data, size_t length, std::string& error)
+{
+    for (size_t at = 8; at + 8 <= length;) {
+        const size_t claimed =
+            size_t{data[at]} << 24 | size_t{data[at + 1]} << 16 | size_t{data[at + 2]} << 8 | size_t{data[at + 3]};
+        if (claimed > length - at - 8) {
+            error = "not enough data: a chunk claims " + std::to_string(claimed) + " bytes, the file has " +
+                    std::to_string(length - at - 8) + " left";
+            return false;
+        }
+        at += claimed + 12;
+    }
+    return true;
+}
+
 bool readPicture(PictureFormat format, const uint8_t* data, size_t length, LMPictureFileContents& contents,
                  std::string& error)
 {
+    if (format == PictureFormat::png && !pngChunksFit(data, length, error))
+        return false;
     // Read in order, a strip at a time: no copy of the whole picture but ours.
     Image image(load(format, data, length, VIPS_ACCESS_SEQUENTIAL));
     if (!image) {
