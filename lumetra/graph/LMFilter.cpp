@@ -1,5 +1,7 @@
 #include "lumetra/graph/LMFilter.h"
 
+#include "lumetra/graph/LMFusedRun.h"
+
 #include "lumetra/context/LMContext.h"
 #include "lumetra/graph/LMCycleGuard.h"
 #include "lumetra/graph/LMGraphDepth.h"
@@ -571,6 +573,11 @@ std::shared_ptr<LMImage> LMFilter::applyProgramWithContext(const std::shared_ptr
     if (!context)
         return nullptr;
     lastUsedContext_ = context;
+    // A run of per-pixel filters ending here may draw as one pass.
+    if (context->fusionEnabled() && !usesCustomOutputSize_ && isPerPixel()) {
+        if (std::shared_ptr<LMImage> fused = LMFusedRun::draw(*this, context))
+            return fused;
+    }
     const LMSize outputSize = outputSizeForContext(*context);
 
     // Inputs draw first, on the calling thread: an input may be a host's own
