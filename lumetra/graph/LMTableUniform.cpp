@@ -22,8 +22,8 @@ std::vector<float> resampledLine(const std::vector<float>& entries, int size, in
         const int below = std::min(int(at), size - 2);
         const double fraction = at - below;
         for (int c = 0; c < 3; ++c)
-            line[size_t(i) * 3 + c] = float(entries[size_t(below) * 3 + c] * (1 - fraction) +
-                                            entries[size_t(below + 1) * 3 + c] * fraction);
+            line[size_t(i) * 3 + c] =
+                float(entries[size_t(below) * 3 + c] * (1 - fraction) + entries[size_t(below + 1) * 3 + c] * fraction);
     }
     return line;
 }
@@ -85,8 +85,7 @@ int LMTableUniform::size() const
 
 std::string LMTableUniform::uniformString() const
 {
-    return std::string("uniform ") + (shape_ == Shape::Line ? "sampler1D " : "sampler3D ") + uniformName(name()) +
-           "; ";
+    return std::string("uniform ") + (shape_ == Shape::Line ? "sampler1D " : "sampler3D ") + uniformName(name()) + "; ";
 }
 
 void LMTableUniform::bindToLocationWithTextureUnit(GLint location, const LMValue&,

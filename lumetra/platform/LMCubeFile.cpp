@@ -1,5 +1,6 @@
 #include "lumetra/platform/LMCubeFile.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cmath>
 #include <cstdlib>
@@ -72,8 +73,8 @@ LMCubeFile::Reading LMCubeFile::read(const std::string& path)
     while (file.read(buffer, sizeof buffer) || file.gcount() > 0) {
         text.append(buffer, size_t(file.gcount()));
         if (text.size() > largestFileBytes)
-            return {std::nullopt, path + " is larger than " + std::to_string(largestFileBytes >> 20) +
-                                      " MiB; is it a .cube table?"};
+            return {std::nullopt,
+                    path + " is larger than " + std::to_string(largestFileBytes >> 20) + " MiB; is it a .cube table?"};
     }
     if (file.bad())
         return {std::nullopt, "cannot read " + path + ": " + std::strerror(errno)};
@@ -103,8 +104,8 @@ LMCubeFile::Reading LMCubeFile::parse(std::string_view text, const std::string& 
         lastLine = lineNumber;
         const std::string_view keyword = words[0];
 
-        const bool isEntry = keyword[0] == '-' || keyword[0] == '+' || keyword[0] == '.' ||
-                             (keyword[0] >= '0' && keyword[0] <= '9');
+        const bool isEntry =
+            keyword[0] == '-' || keyword[0] == '+' || keyword[0] == '.' || (keyword[0] >= '0' && keyword[0] <= '9');
         if (isEntry) {
             if (table.dimensions == 0)
                 return refuse.at(lineNumber, "an entry before LUT_1D_SIZE or LUT_3D_SIZE");
@@ -174,7 +175,7 @@ LMCubeFile::Reading LMCubeFile::parse(std::string_view text, const std::string& 
     }
 
     if (table.dimensions == 0)
-        return refuse.at(lineNumber, "no LUT_1D_SIZE or LUT_3D_SIZE");
+        return refuse.at(std::max<size_t>(lineNumber, 1), "no LUT_1D_SIZE or LUT_3D_SIZE");
     for (size_t c = 0; c < 3; ++c)
         if (!(table.domainMax[c] > table.domainMin[c]))
             return refuse.at(lastLine, "the domain is empty: DOMAIN_MAX must be above DOMAIN_MIN");
