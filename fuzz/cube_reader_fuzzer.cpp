@@ -8,8 +8,8 @@
 #include <array>
 #include <cmath>
 #include <cstdint>
-#include <cstdlib>
 #include <cstdio>
+#include <cstdlib>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -51,7 +51,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     std::string written = (table.dimensions == 1 ? "LUT_1D_SIZE " : "LUT_3D_SIZE ") + std::to_string(table.size);
     char number[64];
     const std::pair<const char*, const std::array<float, 3>*> bounds[] = {{"DOMAIN_MIN", &table.domainMin},
-                                                                            {"DOMAIN_MAX", &table.domainMax}};
+                                                                          {"DOMAIN_MAX", &table.domainMax}};
     for (const auto& [keyword, bound] : bounds) {
         written += std::string("\n") + keyword;
         for (float value : *bound) {

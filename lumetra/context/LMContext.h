@@ -56,6 +56,11 @@ public:
     // Whether filters may hand back their cached output instead of drawing.
     bool cachingEnabled() const { return cachingEnabled_; }
     void setCachingEnabled(bool enabled) { cachingEnabled_ = enabled; }
+    // Whether a per-pixel filter whose inputs are per-pixel filters draws the
+    // whole run of them as one pass (off by default: every filter then draws
+    // its own pass, as documented).
+    bool fusionEnabled() const { return fusionEnabled_; }
+    void setFusionEnabled(bool enabled) { fusionEnabled_ = enabled; }
 
     // Makes the GL context current on the GL queue, for a following run of
     // executeOpenGLNoContextSwitch blocks.
@@ -159,6 +164,7 @@ private:
 
     LMSize dimensions_;
     bool cachingEnabled_ = false;
+    bool fusionEnabled_ = false;
 
     std::unique_ptr<VarnelDispatch> glQueue_;
     std::shared_ptr<LMOpenGL> gl_;

@@ -4,7 +4,8 @@ const LMFilterDeclaration& LMFilterConvertFromSRGB::declaration()
 {
     static const LMFilterDeclaration declared =
         LMFilterDeclaration("from-srgb", "colour", "decodes sRGB colour to linear")
-            .input("input", "the image, sRGB-encoded");
+            .input("input", "the image, sRGB-encoded")
+            .perPixel();
     return declared;
 }
 

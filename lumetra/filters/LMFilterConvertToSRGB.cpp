@@ -3,7 +3,9 @@
 const LMFilterDeclaration& LMFilterConvertToSRGB::declaration()
 {
     static const LMFilterDeclaration declared =
-        LMFilterDeclaration("to-srgb", "colour", "encodes linear colour to sRGB").input("input", "the image, linear");
+        LMFilterDeclaration("to-srgb", "colour", "encodes linear colour to sRGB")
+            .input("input", "the image, linear")
+            .perPixel();
     return declared;
 }
 

@@ -8,6 +8,7 @@ const LMFilterDeclaration& LMFilterFader::declaration()
     static const LMFilterDeclaration declared =
         LMFilterDeclaration("fader", "colour", "multiplies the image by a control, unclamped")
             .input("input", "the image")
+            .perPixel()
             .control("control", 0, -inf, inf, "", "the factor")
             .demo("fader control=0.5");
     return declared;

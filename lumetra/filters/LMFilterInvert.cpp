@@ -3,7 +3,7 @@
 const LMFilterDeclaration& LMFilterInvert::declaration()
 {
     static const LMFilterDeclaration declared =
-        LMFilterDeclaration("invert", "colour", "1 - each colour channel").input("input", "the image");
+        LMFilterDeclaration("invert", "colour", "1 - each colour channel").input("input", "the image").perPixel();
     return declared;
 }
 

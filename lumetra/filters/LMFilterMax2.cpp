@@ -7,7 +7,8 @@ const LMFilterDeclaration& LMFilterMax2::declaration()
             .input("inputA", "the image")
             .input("inputB", "the other picture, fitted to the image")
             .inTool("with")
-            .demo("max2 with=stripes");
+            .demo("max2 with=stripes")
+            .perPixel();
     return declared;
 }
 

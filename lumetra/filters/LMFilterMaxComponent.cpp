@@ -4,7 +4,8 @@ const LMFilterDeclaration& LMFilterMaxComponent::declaration()
 {
     static const LMFilterDeclaration declared =
         LMFilterDeclaration("max-component", "colour", "the largest of red, green and blue, as grey")
-            .input("input", "the image");
+            .input("input", "the image")
+            .perPixel();
     return declared;
 }
 

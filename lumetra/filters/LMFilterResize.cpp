@@ -1,5 +1,9 @@
 #include "lumetra/filters/LMFilterResize.h"
 
+#include "lumetra/context/LMContext.h"
+#include "lumetra/context/LMOpenGL.h"
+#include "lumetra/platform/LMLog.h"
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -40,86 +44,112 @@ LMSize LMFilterResize::outputSizeForInputSizes(const std::vector<LMSize>& inputS
     return {newWidth, newHeight};
 }
 
-std::vector<const LMRenderPass*> LMFilterResize::renderPasses() const
+namespace {
+
+// One pass along one axis. For each output position along the axis (the
+// row of `reads`), `count` reads of the input, two to a texel: where to
+// read along the axis (in pixels, centres at .5) and the weight. A read
+// between two pixel centres is one bilinear fetch that mixes them. Every
+// pixel runs the same loop; the weights are worked out on the CPU.
+std::string resampleSource(bool alongX, bool encode)
 {
-    // One pass along one axis. Output position `along` (a pixel centre)
-    // maps to input position along * ratio. Blocks of `block` whole input
-    // pixels are averaged (block j covers pixels j * block ...), and the
-    // kernel, stretched by `stretch`, weighs the blocks by their centres'
-    // distance; the weights are normalised by their sum. Indices past the
-    // edge read the edge pixel.
-    static const LMRenderPass resample(
-        "resample",
-        "uniform sampler2DRect source; uniform int horizontal; uniform float ratio; uniform int block; "
-        "uniform float stretch; uniform float reach; uniform int kernel; uniform int last; "
-        "uniform int decode; uniform int encode;\n"
-        "float weight(float x) {\n"
-        "  if (kernel == 3) return x > -0.5 && x <= 0.5 ? 1.0 : 0.0;\n"
-        "  x = abs(x);\n"
-        "  if (kernel == 2) return max(1.0 - x, 0.0);\n"
-        "  if (kernel == 1) return x < 1.0 ? (1.5 * x - 2.5) * x * x + 1.0\n"
-        "                   : x < 2.0 ? ((-0.5 * x + 2.5) * x - 4.0) * x + 2.0 : 0.0;\n"
-        "  if (x >= 3.0) return 0.0;\n"
-        "  if (x < 1e-4) return 1.0;\n"
-        "  float px = 3.14159265358979 * x;\n"
-        "  return 3.0 * sin(px) * sin(px / 3.0) / (px * px);\n"
-        "}\n"
-        "vec3 texel(int i, int across) {\n"
-        "  i = clamp(i, 0, last);\n"
-        "  vec3 c = texelFetch(source, horizontal == 1 ? ivec2(i, across) : ivec2(across, i)).rgb;\n"
-        "  if (decode == 1) c = mix(c / 12.92, pow((c + 0.055) / 1.055, vec3(2.4)), step(vec3(0.04045), c));\n"
-        "  return c;\n"
-        "}\n"
-        "void main() {\n"
-        "  float along = horizontal == 1 ? gl_FragCoord.x : gl_FragCoord.y;\n"
-        "  int across = int(horizontal == 1 ? gl_FragCoord.y : gl_FragCoord.x);\n"
-        "  float centre = along * ratio / float(block) - 0.5;\n"
-        "  int first = int(ceil(centre - reach)), end = int(floor(centre + reach));\n"
-        "  vec3 sum = vec3(0.0);\n"
-        "  float total = 0.0;\n"
-        "  for (int j = first; j <= end; ++j) {\n"
-        "    float w = weight((float(j) - centre) / stretch);\n"
-        "    if (w == 0.0) continue;\n"
-        "    vec3 c = vec3(0.0);\n"
-        "    for (int i = 0; i < block; ++i) c += texel(j * block + i, across);\n"
-        "    sum += w * c;\n"
-        "    total += w;\n"
-        "  }\n"
-        "  vec3 value = sum / (total * float(block));\n"
-        "  if (encode == 1) {\n"
-        "    value = clamp(value, 0.0, 1.0);\n"
-        "    value = mix(value * 12.92, 1.055 * pow(value, vec3(1.0 / 2.4)) - 0.055, step(vec3(0.0031308), value));\n"
-        "  }\n"
-        "  lm_output = value;\n"
-        "}\n");
-    return {&resample};
+    std::string source = alongX ? "#define ALONG_X\n" : "";
+    if (encode)
+        source += "#define ENCODE\n";
+    return source + "uniform sampler2DRect source; uniform sampler2DRect reads; uniform int count;\n"
+                    "#ifdef ALONG_X\n"
+                    "#define AT(p) vec2(p, across)\n"
+                    "#else\n"
+                    "#define AT(p) vec2(across, p)\n"
+                    "#endif\n"
+                    "void main() {\n"
+                    "#ifdef ALONG_X\n"
+                    "  int along = int(gl_FragCoord.x); float across = gl_FragCoord.y;\n"
+                    "#else\n"
+                    "  int along = int(gl_FragCoord.y); float across = gl_FragCoord.x;\n"
+                    "#endif\n"
+                    "  vec3 sum = vec3(0.0);\n"
+                    "  for (int k = 0; k < count; ++k) {\n"
+                    "    vec4 two = texelFetch(reads, ivec2(k, along));\n"
+                    "    sum += two.y * texture(source, AT(two.x)).rgb + two.w * texture(source, AT(two.z)).rgb;\n"
+                    "  }\n"
+                    "#ifdef ENCODE\n"
+                    "  sum = clamp(sum, 0.0, 1.0);\n"
+                    "  sum = mix(sum * 12.92, 1.055 * pow(sum, vec3(1.0 / 2.4)) - 0.055, step(vec3(0.0031308), sum));\n"
+                    "#endif\n"
+                    "  lm_output = sum;\n"
+                    "}\n";
 }
 
-namespace {
+const LMRenderPass& resamplePass(bool alongX, bool encode)
+{
+    static const LMRenderPass passes[] = {
+        {"resampleY", resampleSource(false, false)},
+        {"resampleYEncode", resampleSource(false, true)},
+        {"resampleX", resampleSource(true, false)},
+        {"resampleXEncode", resampleSource(true, true)},
+    };
+    return passes[(alongX ? 2 : 0) + (encode ? 1 : 0)];
+}
+
+// sRGB to linear light with the exact curve, once per input pixel, before
+// the passes mix neighbouring pixels.
+const LMRenderPass& decodePass()
+{
+    static const LMRenderPass pass(
+        "decode", "uniform sampler2DRect source;\n"
+                  "void main() {\n"
+                  "  vec3 c = texelFetch(source, ivec2(gl_FragCoord.xy)).rgb;\n"
+                  "  lm_output = mix(c / 12.92, pow((c + 0.055) / 1.055, vec3(2.4)), step(vec3(0.04045), c));\n"
+                  "}\n");
+    return pass;
+}
+
+enum class Kernel { lanczos3, bicubic, bilinear, box };
+
+double weight(Kernel kernel, double x)
+{
+    if (kernel == Kernel::box)
+        return x > -0.5 && x <= 0.5 ? 1 : 0;
+    x = std::abs(x);
+    switch (kernel) {
+    case Kernel::bilinear: return std::max(1 - x, 0.0);
+    case Kernel::bicubic: return x < 1 ? (1.5 * x - 2.5) * x * x + 1 : x < 2 ? ((-0.5 * x + 2.5) * x - 4) * x + 2 : 0;
+    default:
+        if (x >= 3)
+            return 0;
+        if (x < 1e-9)
+            return 1;
+        // Whole distances are zeros of the kernel: no read for them.
+        if (std::abs(x - std::round(x)) < 1e-9)
+            return 0;
+        return 3 * std::sin(M_PI * x) * std::sin(M_PI * x / 3) / (M_PI * M_PI * x * x);
+    }
+}
 
 // How one pass resamples its axis.
 struct AxisPlan {
     double inputLength, outputLength;
-    int kernel; // as the pass numbers them: 0 lanczos3, 1 bicubic, 2 bilinear, 3 box (and nearest)
+    Kernel kernel;
     int block; // whole pixels averaged before the kernel
     double stretch; // the kernel's stretch: the ratio left after the blocks, at least 1
     double reach; // how far the kernel reaches, in blocks
-    // Input pixels read for each output pixel.
+    // Input pixels covered for each output pixel.
     double taps() const { return block * (2 * std::ceil(reach) + 1); }
 };
 
 AxisPlan planAxis(double inputLength, double outputLength, const std::string& kernel, double gap)
 {
-    AxisPlan plan{inputLength, outputLength, 0, 1, 1, 3};
+    AxisPlan plan{inputLength, outputLength, Kernel::lanczos3, 1, 1, 3};
     const double ratio = inputLength / outputLength;
     double support = 3;
     if (kernel == "bicubic")
-        plan.kernel = 1, support = 2;
+        plan.kernel = Kernel::bicubic, support = 2;
     else if (kernel == "bilinear")
-        plan.kernel = 2, support = 1;
+        plan.kernel = Kernel::bilinear, support = 1;
     else if (kernel == "box" || kernel == "nearest")
-        plan.kernel = 3, support = 0.5;
-    if (plan.kernel != 3 && gap > 0 && ratio > 1)
+        plan.kernel = Kernel::box, support = 0.5;
+    if (plan.kernel != Kernel::box && gap > 0 && ratio > 1)
         plan.block = std::max(1, int(std::floor(ratio / std::max(gap, 1.0))));
     // Nearest is the box at the input's own pixel width: it picks one pixel.
     plan.stretch = kernel == "nearest" ? 1 : std::max(ratio / plan.block, 1.0);
@@ -127,13 +157,104 @@ AxisPlan planAxis(double inputLength, double outputLength, const std::string& ke
     return plan;
 }
 
+// The reads of one pass, as the resample program takes them: for each
+// output position, `count` (even) pairs of where and weight, padded with
+// reads of weight 0.
+struct AxisReads {
+    int count = 0;
+    std::vector<float> reads;
+};
+
+// Output position x (centre x + 0.5) maps to input position (x + 0.5) *
+// ratio; blocks of `block` whole pixels (block j covers pixels j * block
+// ...) are weighed by the stretched kernel at their centres' distance, the
+// weights normalised by their sum, and indices past the edge read the edge
+// pixel. That gives each input pixel a weight; neighbouring pixels whose
+// weights share a sign are read together by one bilinear fetch at the
+// point that mixes them in proportion (midway, exactly, inside a block).
+AxisReads readsOf(const AxisPlan& plan)
+{
+    const int length = int(plan.outputLength), last = int(plan.inputLength) - 1;
+    const double ratio = plan.inputLength / plan.outputLength;
+    std::vector<std::vector<std::pair<double, double>>> rows(static_cast<size_t>(length));
+    std::vector<double> pixels;
+    size_t count = 0;
+    for (int x = 0; x < length; ++x) {
+        const double centre = (x + 0.5) * ratio / plan.block - 0.5;
+        const int first = int(std::ceil(centre - plan.reach)), end = int(std::floor(centre + plan.reach));
+        const int low = std::clamp(first * plan.block, 0, last);
+        const int high = std::clamp((end + 1) * plan.block - 1, 0, last);
+        pixels.assign(size_t(high - low + 1), 0);
+        double total = 0;
+        for (int j = first; j <= end; ++j) {
+            const double w = weight(plan.kernel, (j - centre) / plan.stretch);
+            if (w == 0)
+                continue;
+            total += w;
+            for (int i = 0; i < plan.block; ++i)
+                pixels[size_t(std::clamp(j * plan.block + i, 0, last) - low)] += w;
+        }
+        auto& row = rows[size_t(x)];
+        for (size_t i = 0; i < pixels.size(); ++i) {
+            const double a = pixels[i] / (total * plan.block);
+            if (a == 0)
+                continue;
+            const double b = i + 1 < pixels.size() ? pixels[i + 1] / (total * plan.block) : 0;
+            if (b != 0 && (a > 0) == (b > 0)) {
+                row.emplace_back(double(low + i) + 0.5 + b / (a + b), a + b);
+                ++i;
+            } else {
+                row.emplace_back(double(low + i) + 0.5, a);
+            }
+        }
+        count = std::max(count, row.size());
+    }
+    AxisReads result;
+    result.count = int((count + 1) / 2);
+    result.reads.assign(size_t(length) * size_t(result.count) * 4, 0);
+    for (size_t x = 0; x < rows.size(); ++x) {
+        float* out = result.reads.data() + x * size_t(result.count) * 4;
+        for (size_t k = 0; k < size_t(result.count) * 2; ++k) {
+            const auto [where, w] = k < rows[x].size() ? rows[x][k] : std::pair{0.5, 0.0};
+            out[k * 2] = float(where), out[k * 2 + 1] = float(w);
+        }
+    }
+    return result;
+}
+
+// A float texture of the reads, one row per output position; 0 when it
+// could not be made (the log says why).
+GLuint uploadReads(const AxisReads& reads)
+{
+    LMOpenGL::takeErrors();
+    GLuint texture = 0;
+    glGenTextures(1, &texture);
+    glBindTexture(GL_TEXTURE_RECTANGLE, texture);
+    glTexParameteri(GL_TEXTURE_RECTANGLE, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
+    glTexParameteri(GL_TEXTURE_RECTANGLE, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
+    LMOpenGL::setUploadState();
+    const GLsizei rows = GLsizei(reads.reads.size() / (size_t(reads.count) * 4));
+    glTexImage2D(GL_TEXTURE_RECTANGLE, 0, GL_RGBA32F, reads.count, rows, 0, GL_RGBA, GL_FLOAT, reads.reads.data());
+    if (const GLenum error = LMOpenGL::takeErrors(); error != GL_NO_ERROR) {
+        LMLog("LMFilterResize: Error %i creating a %ix%i table of weights", int(error), reads.count, int(rows));
+        glDeleteTextures(1, &texture);
+        return 0;
+    }
+    return texture;
+}
+
 } // namespace
+
+std::vector<const LMRenderPass*> LMFilterResize::renderPasses() const
+{
+    return {&decodePass(), &resamplePass(true, false), &resamplePass(true, true), &resamplePass(false, false),
+            &resamplePass(false, true)};
+}
 
 std::shared_ptr<LMImage> LMFilterResize::drawPasses(const std::shared_ptr<LMContext>& context,
                                                     const std::vector<std::shared_ptr<LMImage>>& inputs,
                                                     LMSize outputSize)
 {
-    const LMRenderPass& pass = *renderPasses().front();
     const LMSize inputSize{std::floor(inputs.front()->dimensions().width),
                            std::floor(inputs.front()->dimensions().height)};
     const std::string kernelName = kernel();
@@ -167,21 +288,24 @@ std::shared_ptr<LMImage> LMFilterResize::drawPasses(const std::shared_ptr<LMCont
     const bool linearLight = linear();
     std::shared_ptr<LMImage> image = inputs.front();
     LMSize size = inputSize;
+    if (linearLight)
+        image = drawPass(context, decodePass(), size, {{"source", image.get()}});
     for (size_t index = 0; index < passes.size() && image; ++index) {
         const AxisPlan& plan = *passes[index];
         const bool alongX = &plan == &horizontal;
         (alongX ? size.width : size.height) = plan.outputLength;
+        const AxisReads reads = readsOf(plan);
+        const GLuint table = uploadReads(reads);
+        const LMRenderPass& pass = resamplePass(alongX, linearLight && index + 1 == passes.size());
         image = drawPass(context, pass, size, {{"source", image.get()}}, [&](LMRenderPass::Uniforms& uniforms) {
-            uniforms.setInteger("horizontal", alongX ? 1 : 0);
-            uniforms.set("ratio", plan.inputLength / plan.outputLength);
-            uniforms.setInteger("block", plan.block);
-            uniforms.set("stretch", plan.stretch);
-            uniforms.set("reach", plan.reach);
-            uniforms.setInteger("kernel", plan.kernel);
-            uniforms.setInteger("last", int(plan.inputLength) - 1);
-            uniforms.setInteger("decode", linearLight && index == 0 ? 1 : 0);
-            uniforms.setInteger("encode", linearLight && index + 1 == passes.size() ? 1 : 0);
+            // The source is on unit 0; the table goes on the next.
+            context->gl()->setActiveTexture(GL_TEXTURE1);
+            glBindTexture(GL_TEXTURE_RECTANGLE, table);
+            context->gl()->setActiveTexture(GL_TEXTURE0);
+            uniforms.setInteger("reads", 1);
+            uniforms.setInteger("count", table ? reads.count : 0);
         });
+        glDeleteTextures(1, &table);
     }
     return image;
 }

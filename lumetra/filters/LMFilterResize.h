@@ -28,8 +28,13 @@
 // closer to their true area average and costs fewer kernel evaluations.
 // Both steps happen within the same pass. 0 turns it off.
 //
-// With `linear` the input is taken from sRGB to linear light (the exact
-// sRGB curve) as the first pass reads it, and back as the last pass writes.
+// The weights depend only on the output position along the axis: they are
+// worked out once per pass on the CPU and read by the pass from a small
+// float texture, and two neighbouring pixels whose weights share a sign are
+// read with one bilinear fetch (inside a block, exactly midway).
+//
+// With `linear` the input is first taken from sRGB to linear light (the
+// exact sRGB curve) by a pass of its own, and back as the last pass writes.
 // Intermediates are 16-bit targets, so the negative lobes are clamped to
 // [0, 1] between the passes.
 //

@@ -3,6 +3,7 @@
 #include <memory>
 
 class LMContext;
+class LMFilter;
 class LMImage;
 
 // A node of the drawing graph. Asked to draw with a context, it returns an
@@ -20,4 +21,9 @@ public:
 
     // The image, or null when nothing could be drawn.
     virtual std::shared_ptr<LMImage> drawWithContext(const std::shared_ptr<LMContext>& context) = 0;
+
+    // The filter this node is or stands for (a filter's handle stands for
+    // its filter); null for any other node. Drawing a run of filters as one
+    // pass looks through handles with it.
+    virtual LMFilter* filterBehind() { return nullptr; }
 };

@@ -1,5 +1,7 @@
 #include "lumetra/graph/LMFilter.h"
 
+#include "lumetra/graph/LMFusedRun.h"
+
 #include "lumetra/context/LMContext.h"
 #include "lumetra/graph/LMCycleGuard.h"
 #include "lumetra/graph/LMGraphDepth.h"
@@ -493,25 +495,28 @@ void LMFilter::drawInputsWithContext(const std::shared_ptr<LMContext>& context)
     // Filled aside and stored at the end: an input's draw may run host code
     // that changes this filter's input names.
     std::vector<std::shared_ptr<LMImage>> values(inputNames_.size());
-    const LMSize workingSize = workingSizeForContext(*context);
-    for (size_t i = 0; i < values.size() && i < inputNames_.size(); ++i) {
-        const std::shared_ptr<LMDrawable> input = drawableProperty(inputNames_[i]);
-        std::shared_ptr<LMImage> image;
-        if (input && !isCompatibleDrawable(input, workingSize))
-            reportOnce(inputNames_[i], "is an image of another size");
-        else if (input)
-            image = input->drawWithContext(context);
-        // The texture of another context's image (or of one whose context
-        // has gone) names nothing here, or something else.
-        if (image && image->context() != context) {
-            reportOnce(inputNames_[i], "is an image of another context");
-            image = nullptr;
-        }
-        // A missing input, one that drew nothing and one refused above read
-        // as black: an unbound texture unit would sample what it held before.
-        values[i] = image ? image : blackImageWithContext(context);
-    }
+    for (size_t i = 0; i < values.size() && i < inputNames_.size(); ++i)
+        values[i] = drawnInput(inputNames_[i], context);
     inputValues_ = std::move(values);
+}
+
+std::shared_ptr<LMImage> LMFilter::drawnInput(const std::string& name, const std::shared_ptr<LMContext>& context)
+{
+    const std::shared_ptr<LMDrawable> input = drawableProperty(name);
+    std::shared_ptr<LMImage> image;
+    if (input && !isCompatibleDrawable(input, workingSizeForContext(*context)))
+        reportOnce(name, "is an image of another size");
+    else if (input)
+        image = input->drawWithContext(context);
+    // The texture of another context's image (or of one whose context
+    // has gone) names nothing here, or something else.
+    if (image && image->context() != context) {
+        reportOnce(name, "is an image of another context");
+        image = nullptr;
+    }
+    // A missing input, one that drew nothing and one refused above read
+    // as black: an unbound texture unit would sample what it held before.
+    return image ? image : blackImageWithContext(context);
 }
 
 std::shared_ptr<LMImage> LMFilter::inputValueForName(std::string_view name) const
@@ -568,6 +573,11 @@ std::shared_ptr<LMImage> LMFilter::applyProgramWithContext(const std::shared_ptr
     if (!context)
         return nullptr;
     lastUsedContext_ = context;
+    // A run of per-pixel filters ending here may draw as one pass.
+    if (context->fusionEnabled() && !usesCustomOutputSize_ && isPerPixel()) {
+        if (std::shared_ptr<LMImage> fused = LMFusedRun::draw(*this, context))
+            return fused;
+    }
     const LMSize outputSize = outputSizeForContext(*context);
 
     // Inputs draw first, on the calling thread: an input may be a host's own

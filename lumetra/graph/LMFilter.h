@@ -68,6 +68,10 @@ public:
     // program that builds a graph from a user's words (the tool) asks every
     // filter before drawing and refuses with this message.
     virtual std::string configurationProblem() const { return ""; }
+    // Whether the kernel reads each input only at lm_location (the
+    // declaration says so): with the context's fusion on, a run of such
+    // filters draws as one pass.
+    virtual bool isPerPixel() const { return filterDeclaration() && filterDeclaration()->isPerPixel(); }
     // The name of the filter's class, for its programs and its log lines.
     virtual std::string className() const;
     // The key of the filter's program in a context's program cache: the
@@ -92,6 +96,7 @@ public:
     // Drawing. A filter that is its own input, directly or through other
     // nodes, draws black where the cycle closes and logs so once.
     std::shared_ptr<LMImage> drawWithContext(const std::shared_ptr<LMContext>& context) override;
+    LMFilter* filterBehind() override { return this; }
     virtual std::shared_ptr<LMImage> validCachedOutputForContext(const std::shared_ptr<LMContext>& context);
     virtual void setCachedOutput(std::shared_ptr<LMImage> output);
     virtual std::shared_ptr<LMImage> applyProgramWithContext(const std::shared_ptr<LMContext>& context);
@@ -196,6 +201,10 @@ protected:
     std::vector<double> numbersProperty(std::string_view key) const;
 
 private:
+    // Draws runs of per-pixel filters as one pass: it reads and clears the
+    // members' drawing state as each member's own draw would.
+    friend class LMFusedRun;
+
     struct NameHash {
         using is_transparent = void;
         size_t operator()(std::string_view name) const { return std::hash<std::string_view>{}(name); }
@@ -214,6 +223,9 @@ private:
     // program, uniforms, draw.
     std::shared_ptr<LMImage> renderWithContext(const std::shared_ptr<LMContext>& context, LMSize outputSize);
     void uploadUniforms(LMContext& context, LMProgram& program, LMSize outputSize);
+    // The input of that name drawn for this filter: black when missing, of
+    // another size or of another context (reported once).
+    std::shared_ptr<LMImage> drawnInput(const std::string& name, const std::shared_ptr<LMContext>& context);
     void reportUnknownKey(std::string_view key);
     bool isDeclaredKey(std::string_view key) const;
     void releaseQuadState();

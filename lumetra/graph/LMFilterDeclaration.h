@@ -64,6 +64,9 @@ public:
     // A file the demo chain names (file=NAME), with its contents: the demo
     // sheet writes it to a folder of its own for the chain to read.
     LMFilterDeclaration& demoFile(std::string name, std::string contents);
+    // The kernel reads each input only at lm_location, so that a run of such
+    // filters may be drawn as one pass (see LMContext::setFusionEnabled).
+    LMFilterDeclaration& perPixel();
     LMFilterDeclaration& createsContextDimensionsUniform();
     LMFilterDeclaration& createsTargetDimensionsUniform();
 
@@ -74,6 +77,7 @@ public:
     const std::vector<std::pair<std::string, std::string>>& demoFiles() const { return demoFiles_; }
     const std::vector<LMParameter>& parameters() const { return parameters_; }
     const LMParameter* parameterNamed(std::string_view name) const;
+    bool isPerPixel() const { return perPixel_; }
     bool createsContextDimensions() const { return contextDimensions_; }
     bool createsTargetDimensions() const { return targetDimensions_; }
 
@@ -89,6 +93,7 @@ private:
     std::string demo_;
     std::vector<std::pair<std::string, std::string>> demoFiles_;
     std::vector<LMParameter> parameters_;
+    bool perPixel_ = false;
     bool contextDimensions_ = false;
     bool targetDimensions_ = false;
 };

@@ -39,6 +39,7 @@ public:
     // a host callback during the draw lets go of the last handle or sets
     // another target.
     std::shared_ptr<LMImage> drawWithContext(const std::shared_ptr<LMContext>& context) override;
+    LMFilter* filterBehind() override { return target_.get(); }
     bool needsRedraw() const override;
     void setNeedsRedraw(bool needsRedraw) override;
     bool updateNeedsRedraw() override;

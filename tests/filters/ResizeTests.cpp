@@ -162,6 +162,24 @@ TEST_F(Resize, KernelsFollowTheirFormulas)
     }
 }
 
+// Thousands of pixels from the origin the reads keep their places and
+// weights: a long line shrunk and enlarged by ratios that are no whole
+// numbers.
+TEST_F(Resize, LongLinesFollowTheirFormulas)
+{
+    const Pixels line = pixelsOf(4000, 2, [](int x, int y) { return noise.at(x * 7 % 24, (x / 24 + y) % 12); });
+    auto filter = resizeFilter();
+    filter->setValueForKey(std::shared_ptr<LMDrawable>(
+                               LMPicture::pictureWithBitmap(bitmapOf(line))->lumetraImageOfOwnSizeWithContext(context)),
+                           "input");
+    const std::tuple<int, std::string, Kernel> cases[] = {{1333, "lanczos3", {lanczos3, 3}},
+                                                          {9001, "bilinear", {triangle, 1}}};
+    for (const auto& [width, kernel, formula] : cases) {
+        filter->setWidth(width), filter->setHeight(2), filter->setKernel(kernel);
+        EXPECT_TRUE(samePixels(drawnPixels(filter, context), resampled(line, width, 2, formula))) << kernel;
+    }
+}
+
 // Decoded with the exact sRGB curve as the first pass reads, averaged in
 // linear light, encoded as the last pass writes: both passes, and one.
 TEST_F(Resize, LinearLightAveragesDecodedValues)

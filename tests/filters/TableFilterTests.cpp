@@ -99,8 +99,7 @@ struct Cube {
         std::ostringstream out;
         out.precision(9);
         out << "# made by the test\nTITLE \"test\"\n"
-            << (dimensions == 1 ? "LUT_1D_SIZE " : "LUT_3D_SIZE ") << size << "\n"
-            ;
+            << (dimensions == 1 ? "LUT_1D_SIZE " : "LUT_3D_SIZE ") << size << "\n";
         if (asInputRange)
             out << "LUT_1D_INPUT_RANGE " << low[0] << " " << high[0] << "\n";
         else if (low != Colour{0, 0, 0} || high != Colour{1, 1, 1})
@@ -222,7 +221,15 @@ TEST_F(TableFilters, LutReadsItsTableAsTheFileSays)
         {"identity 17", {3, 17, {0, 0, 0}, {1, 1, 1}, [](Colour c) { return c; }, false}},
         {"bent 5", {3, 5, {0, 0, 0}, {1, 1, 1}, bent, false}},
         {"bent 5, half strength", {3, 5, {0, 0, 0}, {1, 1, 1}, bent, false}, 0.5},
-        {"1D 9", {1, 9, {0, 0, 0}, {1, 1, 1}, [](Colour c) { return Colour{std::sqrt(c[0]), c[1] * c[1], 1 - c[2]}; }, false}},
+        {"1D 9",
+         {1,
+          9,
+          {0, 0, 0},
+          {1, 1, 1},
+          [](Colour c) {
+              return Colour{std::sqrt(c[0]), c[1] * c[1], 1 - c[2]};
+          },
+          false}},
         {"domain", {3, 3, {0.2, 0.1, 0}, {0.8, 0.9, 0.5}, bent, false}},
         {"1D input range", {1, 5, {0.25, 0.25, 0.25}, {0.75, 0.75, 0.75}, bent, true}},
     };
@@ -310,8 +317,12 @@ TEST_F(TableFilters, BlendFollowsEachModesFormula)
         {"overlay", [&](double b, double s) { return hardLight(s, b); }},
         {"darken", [](double b, double s) { return std::min(b, s); }},
         {"lighten", [](double b, double s) { return std::max(b, s); }},
-        {"color-dodge", [](double b, double s) { return b == 0 ? 0 : s == 1 ? 1 : std::min(1.0, b / (1 - s)); }},
-        {"color-burn", [](double b, double s) { return b == 1 ? 1 : s == 0 ? 0 : 1 - std::min(1.0, (1 - b) / s); }},
+        {"color-dodge", [](double b, double s) { return b == 0   ? 0
+                                                        : s == 1 ? 1
+                                                                 : std::min(1.0, b / (1 - s)); }},
+        {"color-burn", [](double b, double s) { return b == 1   ? 1
+                                                       : s == 0 ? 0
+                                                                : 1 - std::min(1.0, (1 - b) / s); }},
         {"hard-light", hardLight},
         {"soft-light",
          [](double b, double s) {
@@ -329,9 +340,8 @@ TEST_F(TableFilters, BlendFollowsEachModesFormula)
         for (const auto& [mode, f] : modes) {
             blend->setMode(mode);
             blend->setOpacity(opacity);
-            const Pixels expected = perChannel(picture, source, [&](double b, double s) {
-                return b + opacity * (f(b, s) - b);
-            });
+            const Pixels expected =
+                perChannel(picture, source, [&](double b, double s) { return b + opacity * (f(b, s) - b); });
             EXPECT_TRUE(samePixels(drawnPixels(blend, context), expected)) << mode << " at " << opacity;
         }
 }
