@@ -36,6 +36,9 @@ LMFilterRegistry& LMFilterRegistry::shared()
         builtIn.add<LMFilterUnsharp>();
         builtIn.add<LMFilterMax2>();
         builtIn.add<LMFilterCircle>();
+        builtIn.add<LMFilterCurves>();
+        builtIn.add<LMFilterLut>();
+        builtIn.add<LMFilterBlend>();
         return builtIn;
     }();
     return registry;
