@@ -23,6 +23,7 @@ const LMFilterDeclaration& LMFilterBlend::declaration()
             .input("input", "the image: the backdrop")
             .input("source", "the picture blended onto it, fitted to the image")
             .inTool("with")
+            .perPixel()
             .choice("mode", "normal", modes(), "how the picture and the image combine")
             .control("opacity", 1, 0, 1, "", "0 leaves the image, 1 gives the blend")
             .control("modeNumber", 0, 0, 13, "", "the mode's place in the list of modes; set from mode")
@@ -69,9 +70,8 @@ void LMFilterBlend::setOpacity(std::optional<double> opacity)
     setProperty("opacity", opacity ? LMValue(*opacity) : LMValue());
 }
 
-std::shared_ptr<LMImage> LMFilterBlend::applyProgramWithContext(const std::shared_ptr<LMContext>& context)
+void LMFilterBlend::prepareToDraw(const std::shared_ptr<LMContext>&)
 {
     const auto found = std::find(modes().begin(), modes().end(), mode());
     storeProperty("modeNumber", double(found == modes().end() ? 0 : found - modes().begin()));
-    return LMFilterClass::applyProgramWithContext(context);
 }

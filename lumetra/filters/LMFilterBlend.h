@@ -22,7 +22,7 @@ class LMFilterBlend : public LMFilterClass<LMFilterBlend, LMFilterSingleInput> {
 public:
     static const LMFilterDeclaration& declaration();
     std::string kernelSource() const override;
-    std::shared_ptr<LMImage> applyProgramWithContext(const std::shared_ptr<LMContext>& context) override;
+    void prepareToDraw(const std::shared_ptr<LMContext>& context) override;
 
     std::shared_ptr<LMDrawable> source() const { return drawableProperty("source"); }
     void setSource(std::shared_ptr<LMDrawable> source) { setProperty("source", std::move(source)); }

@@ -92,6 +92,7 @@ const LMFilterDeclaration& LMFilterCurves::declaration()
     static const LMFilterDeclaration declared =
         LMFilterDeclaration("curves", "colour", "tone curves: monotone cubics through points, master then channel")
             .input("input", "the image")
+            .perPixel()
             .parameter(curveParameter("points", "the master curve, x0,y0,x1,y1,... (x increasing in 0...1)"))
             .parameter(curveParameter("red", "red's curve, applied after the master"))
             .parameter(curveParameter("green", "green's curve, applied after the master"))
@@ -131,7 +132,7 @@ std::string LMFilterCurves::configurationProblem() const
     return "";
 }
 
-std::shared_ptr<LMImage> LMFilterCurves::applyProgramWithContext(const std::shared_ptr<LMContext>& context)
+void LMFilterCurves::prepareToDraw(const std::shared_ptr<LMContext>&)
 {
     std::array<std::vector<double>, 4> curves;
     for (size_t i = 0; i < curves.size(); ++i)
@@ -158,5 +159,4 @@ std::shared_ptr<LMImage> LMFilterCurves::applyProgramWithContext(const std::shar
             table_->setTable(std::move(entries), tableSize);
         }
     }
-    return LMFilterClass::applyProgramWithContext(context);
 }

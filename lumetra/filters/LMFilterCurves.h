@@ -25,7 +25,7 @@ public:
     std::string kernelSource() const override;
     std::vector<std::shared_ptr<LMUniform>> otherUniforms() const override;
     std::string configurationProblem() const override;
-    std::shared_ptr<LMImage> applyProgramWithContext(const std::shared_ptr<LMContext>& context) override;
+    void prepareToDraw(const std::shared_ptr<LMContext>& context) override;
 
     std::vector<double> points() const { return curveSetting("points"); }
     void setPoints(std::vector<double> points) { setProperty("points", std::move(points)); }

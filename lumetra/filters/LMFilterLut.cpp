@@ -8,6 +8,7 @@ const LMFilterDeclaration& LMFilterLut::declaration()
     static const LMFilterDeclaration declared =
         LMFilterDeclaration("lut", "colour", "a colour lookup table from a .cube file (1D or 3D), mixed by strength")
             .input("input", "the image")
+            .perPixel()
             .file("file", "the .cube file")
             .control("strength", 1, 0, 1, "", "0 leaves the input, 1 gives the table's colours")
             .uniform("domainMin", LMParameter::Type::Vector3, std::vector<double>{0, 0, 0},
@@ -89,7 +90,7 @@ std::string LMFilterLut::configurationProblem() const
     return problem_;
 }
 
-std::shared_ptr<LMImage> LMFilterLut::applyProgramWithContext(const std::shared_ptr<LMContext>& context)
+void LMFilterLut::prepareToDraw(const std::shared_ptr<LMContext>&)
 {
     readFileIfNeeded();
     if (!problem_.empty() && problem_ != reported_)
@@ -97,5 +98,4 @@ std::shared_ptr<LMImage> LMFilterLut::applyProgramWithContext(const std::shared_
     reported_ = problem_;
     storeProperty("domainMin", domainMin_);
     storeProperty("domainMax", domainMax_);
-    return LMFilterClass::applyProgramWithContext(context);
 }

@@ -22,7 +22,7 @@ public:
     std::string kernelSource() const override;
     std::vector<std::shared_ptr<LMUniform>> otherUniforms() const override;
     std::string configurationProblem() const override;
-    std::shared_ptr<LMImage> applyProgramWithContext(const std::shared_ptr<LMContext>& context) override;
+    void prepareToDraw(const std::shared_ptr<LMContext>& context) override;
 
     // The path of the .cube file; "" when none is set.
     std::string file() const;

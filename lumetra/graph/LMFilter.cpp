@@ -568,11 +568,15 @@ void LMFilter::releaseQuadState()
     }
 }
 
+void LMFilter::prepareToDraw(const std::shared_ptr<LMContext>&)
+{}
+
 std::shared_ptr<LMImage> LMFilter::applyProgramWithContext(const std::shared_ptr<LMContext>& context)
 {
     if (!context)
         return nullptr;
     lastUsedContext_ = context;
+    prepareToDraw(context);
     // A run of per-pixel filters ending here may draw as one pass.
     if (context->fusionEnabled() && !usesCustomOutputSize_ && isPerPixel()) {
         if (std::shared_ptr<LMImage> fused = LMFusedRun::draw(*this, context))

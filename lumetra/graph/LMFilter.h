@@ -100,6 +100,11 @@ public:
     virtual std::shared_ptr<LMImage> validCachedOutputForContext(const std::shared_ptr<LMContext>& context);
     virtual void setCachedOutput(std::shared_ptr<LMImage> output);
     virtual std::shared_ptr<LMImage> applyProgramWithContext(const std::shared_ptr<LMContext>& context);
+    // Called before every render of the filter, on the thread that drives
+    // the graph, whether it draws its own pass or is a member of a fused run:
+    // for a filter that turns its settings into what its kernel reads (a
+    // table, a mode number). Does nothing by default.
+    virtual void prepareToDraw(const std::shared_ptr<LMContext>& context);
     virtual void drawInputsWithContext(const std::shared_ptr<LMContext>& context);
     virtual void updateVAOIfNeededForContext(const std::shared_ptr<LMContext>& context);
     virtual void preloadWithContext(const std::shared_ptr<LMContext>& context);

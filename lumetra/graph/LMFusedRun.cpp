@@ -208,7 +208,12 @@ std::string fusedSource(const std::vector<Member>& members, const std::vector<Ke
                        "vec2 lm_toInputCoords(vec2 ocoords) { return (lm_inputTransform * vec3(ocoords.x, ocoords.y, "
                        "1.0)).st; }\n"
                        // A member reads its inputs only where it stands: the value is all there is to read.
-                       "vec4 lm_fusedTexture(vec3 value, vec2 location) { return vec4(value, 1.0); }\n";
+                       "vec4 lm_fusedTexture(vec3 value, vec2 location) { return vec4(value, 1.0); }\n"
+                       // A table a member samples is read as it would be.
+                       "vec4 lm_fusedTexture(sampler1D s, float p) { return texture(s, p); }\n"
+                       "vec4 lm_fusedTexture(sampler2D s, vec2 p) { return texture(s, p); }\n"
+                       "vec4 lm_fusedTexture(sampler3D s, vec3 p) { return texture(s, p); }\n"
+                       "vec4 lm_fusedTexture(sampler2DRect s, vec2 p) { return texture(s, p); }\n";
     for (size_t i = 0; i < outsideCount; ++i)
         text += "uniform sampler2DRect lm_outside" + std::to_string(i) + ";\n";
     for (size_t m = 0; m < members.size(); ++m) {
@@ -278,8 +283,17 @@ std::shared_ptr<LMImage> LMFusedRun::draw(LMFilter& root, const std::shared_ptr<
     RunBuilder run(root, context);
     // GL 3.2 promises 16 texture units to a fragment shader; a run reading
     // more outside images than that draws unfused.
-    if (run.members.size() < 2 || run.outside.size() > maximumOutsideInputs)
+    // Tables its members sample take units after the outside inputs'.
+    size_t units = run.outside.size();
+    for (const Member& member : run.members)
+        for (const auto& uniform : member.filter->storedOtherUniforms())
+            units += uniform ? size_t(uniform->textureUnitCount()) : 0;
+    if (run.members.size() < 2 || units > maximumTextureUnits)
         return nullptr;
+    // What the members' own draws would have set up first (the root's is done).
+    for (Member& member : run.members)
+        if (member.filter != &root)
+            member.filter->prepareToDraw(context);
     std::vector<Member>& members = run.members;
 
     // Kernels: one per class and names, one per member where it must.
@@ -341,6 +355,7 @@ std::shared_ptr<LMImage> LMFusedRun::draw(LMFilter& root, const std::shared_ptr<
                 glBindTexture(GL_TEXTURE_RECTANGLE, run.outside[i].image->texture());
                 glUniform1i(program->uniformLocation("lm_outside" + std::to_string(i)), static_cast<GLint>(i));
             }
+            auto tableUnit = static_cast<GLint>(run.outside.size());
             for (size_t m = 0; m < members.size(); ++m) {
                 LMFilter& filter = *members[m].filter;
                 const std::string stage = "lm_m" + std::to_string(m) + "_";
@@ -354,8 +369,10 @@ std::shared_ptr<LMImage> LMFusedRun::draw(LMFilter& root, const std::shared_ptr<
                     if (!uniform)
                         continue;
                     const LMValue value = filter.valueForKey(uniform->name());
-                    uniform->bindToLocation(program->uniformLocation(stage + uniform->name()),
-                                            value.isNone() ? filter.uniformDefaults_[u] : value, context);
+                    uniform->bindToLocationWithTextureUnit(program->uniformLocation(stage + uniform->name()),
+                                                           value.isNone() ? filter.uniformDefaults_[u] : value, context,
+                                                           tableUnit);
+                    tableUnit += uniform->textureUnitCount();
                 }
             }
             glUniform2f(program->uniformLocation("lm_contextDimensions"), static_cast<GLfloat>(size.width),

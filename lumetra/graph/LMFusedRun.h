@@ -35,7 +35,9 @@ public:
     // (and fuse their own runs). It keeps every program well inside a
     // driver's limits on uniforms, texture units and shader size.
     static constexpr size_t maximumMembers = 16;
-    static constexpr size_t maximumOutsideInputs = 16;
+    // Outside inputs and the members' tables together: GL 3.2 promises a
+    // fragment shader 16 texture units.
+    static constexpr size_t maximumTextureUnits = 16;
 
     // What the run's builder reads of a filter's own state.
     static bool isDrawing(const LMFilter& filter);

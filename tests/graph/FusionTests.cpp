@@ -9,7 +9,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
+#include <fstream>
 #include <random>
+#include <unistd.h>
 
 namespace {
 
@@ -212,4 +215,38 @@ TEST_F(Fusion, UniformArraysKeepTheirLength)
     EXPECT_TRUE(within2(drawn(mixed, true), drawn(mixed, false)));
     for (const std::string& line : log.lines())
         EXPECT_EQ(line.find("fused run"), std::string::npos) << line;
+}
+
+// Filters that sample tables of their own (curves, a 3D lut) and a blend
+// join runs: their tables take units after the outside inputs', and each
+// sets up its table or mode as its own draw would. Two luts of one class
+// keep their own tables.
+TEST_F(Fusion, TablesAndBlendsJoinRuns)
+{
+    const std::string cube = testing::TempDir() + "lumetra_fusion_" + std::to_string(::getpid()) + ".cube";
+    {
+        std::ofstream file(cube);
+        file << "LUT_3D_SIZE 2\n";
+        for (int b = 0; b < 2; ++b)
+            for (int g = 0; g < 2; ++g)
+                for (int r = 0; r < 2; ++r)
+                    file << 0.1 + 0.8 * g << " " << 0.9 - 0.7 * r << " " << 0.3 + 0.5 * b << "\n";
+    }
+    LogCapture log;
+    auto curves = LMFilterCurves::filterWithInput(LMFilterInvert::filterWithInput(photo));
+    curves->setPoints({0, 0.1, 0.4, 0.7, 1, 0.9});
+    auto lut = LMFilterLut::filterWithInput(curves);
+    lut->setFile(cube);
+    auto blend = LMFilterBlend::filterWithInput(lut);
+    blend->setSource(other);
+    blend->setMode("soft-light");
+    blend->setOpacity(0.8);
+    auto again = LMFilterLut::filterWithInput(LMFilterFader::filterWithInput(blend));
+    again->setFile(cube);
+    again->setStrength(0.5);
+    EXPECT_TRUE(within2(drawn(again, true), drawn(again, false)));
+    EXPECT_EQ(curves->cachedOutput(), nullptr); // drawn within the run
+    for (const std::string& line : log.lines())
+        EXPECT_EQ(line.find("fused run"), std::string::npos) << line;
+    std::remove(cube.c_str());
 }
