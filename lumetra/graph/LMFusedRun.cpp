@@ -68,8 +68,8 @@ std::string join(const std::vector<std::string>& names)
 
 std::string kernelIdentity(LMFilter& filter)
 {
-    std::string identity = filter.programKey() + "{" + join(filter.storedInputNames()) + ";" +
-                           join(filter.storedControlNames()) + ";";
+    std::string identity =
+        filter.programKey() + "{" + join(filter.storedInputNames()) + ";" + join(filter.storedControlNames()) + ";";
     for (const auto& uniform : filter.storedOtherUniforms())
         identity.append(uniform ? uniform->uniformString() : std::string("-")).append(",");
     return identity + "}";
@@ -166,7 +166,8 @@ std::string emittedKernel(LMFilter& filter, const std::string& prefix, const std
             continue;
         text += uniformType(*uniform) + " " + prefix + uniform->name() + ";\n";
     }
-    text += "#define main " + prefix + "main\n#define lm_output " + prefix + "output\n#define texture lm_fusedTexture\n";
+    text +=
+        "#define main " + prefix + "main\n#define lm_output " + prefix + "output\n#define texture lm_fusedTexture\n";
     auto define = [&](const std::string& name, const std::string& to) {
         text += "#define " + uniformName(name) + " " + to + "\n";
         defined.push_back(uniformName(name));
@@ -220,7 +221,8 @@ std::string fusedSource(const std::vector<Member>& members, const std::vector<Ke
 
     text += "void main() {\n";
     for (size_t i = 0; i < outsideCount; ++i)
-        text += "  vec3 lm_o" + std::to_string(i) + " = texture(lm_outside" + std::to_string(i) + ", lm_location).rgb;\n";
+        text +=
+            "  vec3 lm_o" + std::to_string(i) + " = texture(lm_outside" + std::to_string(i) + ", lm_location).rgb;\n";
     for (size_t m = 0; m < members.size(); ++m) {
         const Member& member = members[m];
         const LMFilter& filter = *member.filter;
@@ -287,8 +289,8 @@ std::shared_ptr<LMImage> LMFusedRun::draw(LMFilter& root, const std::shared_ptr<
     context->executeOpenGL([&] {
         program = context->getProgramWithName(key);
         if (!program)
-            program = context->createProgramWithName(
-                key, fusedSource(members, kernels, run.outside.size()).c_str(), "fused run of " + root.className());
+            program = context->createProgramWithName(key, fusedSource(members, kernels, run.outside.size()).c_str(),
+                                                     "fused run of " + root.className());
     });
     if (!program || !program->isLinked())
         return nullptr;
@@ -328,7 +330,8 @@ std::shared_ptr<LMImage> LMFusedRun::draw(LMFilter& root, const std::shared_ptr<
                 LMFilter& filter = *members[m].filter;
                 const std::string stage = "lm_m" + std::to_string(m) + "_";
                 for (size_t c = 0; c < filter.controlNames_.size(); ++c) {
-                    const double value = filter.numberProperty(filter.controlNames_[c]).value_or(filter.controlDefaults_[c]);
+                    const double value =
+                        filter.numberProperty(filter.controlNames_[c]).value_or(filter.controlDefaults_[c]);
                     glUniform1f(program->uniformLocation(stage + filter.controlNames_[c]), static_cast<GLfloat>(value));
                 }
                 for (size_t u = 0; u < filter.otherUniforms_.size(); ++u) {

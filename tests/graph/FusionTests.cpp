@@ -57,12 +57,14 @@ testing::AssertionResult within2(const std::vector<uint16_t>& a, const std::vect
 class Fusion : public testing::Test {
 protected:
     std::shared_ptr<LMContext> context = LMContext::contextWithDimensions({width, height});
-    std::shared_ptr<LMImage> photo = imageOf(context, pixelsOf(width, height, [](int x, int y) {
-        return Pixel{uint8_t(x * 10 + 3), uint8_t(y * 15 + 7), uint8_t((x * y) % 256), 255};
-    }));
-    std::shared_ptr<LMImage> other = imageOf(context, pixelsOf(width, height, [](int x, int y) {
-        return Pixel{uint8_t(250 - x * 9), uint8_t((x + y) % 2 * 200), 90, 255};
-    }));
+    std::shared_ptr<LMImage> photo =
+        imageOf(context, pixelsOf(width, height, [](int x, int y) {
+                    return Pixel{uint8_t(x * 10 + 3), uint8_t(y * 15 + 7), uint8_t((x * y) % 256), 255};
+                }));
+    std::shared_ptr<LMImage> other =
+        imageOf(context, pixelsOf(width, height, [](int x, int y) {
+                    return Pixel{uint8_t(250 - x * 9), uint8_t((x + y) % 2 * 200), 90, 255};
+                }));
 
     std::vector<uint16_t> drawn(const std::shared_ptr<LMDrawable>& node, bool fused)
     {
