@@ -3,7 +3,10 @@
 // drawing a pass per filter, the library with fusion on (one generated
 // pass), the same eight passes in plain GL (one program per kernel), and,
 // when Movit was found at configure time, Movit's chain of the same four
-// kernels (which it compiles into one pass of its own).
+// kernels (which it compiles into one pass of its own). Two more ways tell
+// the generated program's cost from the library's: the whole chain as one
+// hand-written pass in plain GL, with each step kept as a 16-bit target
+// would keep it (as the fused pass does) and without (as Movit does).
 //
 // Run as the other benchmarks, with LP_NUM_THREADS=0 and without:
 //   LP_NUM_THREADS=0 build/bench/lumetra_bench --benchmark_filter=EightFilters
@@ -94,6 +97,24 @@ std::vector<PlainGLKernel> plainGLKernels()
     return kernels;
 }
 
+// The whole chain as one hand-written pass, for telling the generated
+// program's cost from the library's: each step's result kept as a 16-bit
+// target would store it (as the library's fused pass does), or not (as
+// Movit's pass does).
+PlainGLKernel onePassKernel(bool rounded)
+{
+    std::string source =
+        rounded ? "vec3 lm_keep(vec3 c) { return round(clamp(c, 0.0, 1.0) * 65535.0) * (1.0 / 65535.0); }\n"
+                : "vec3 lm_keep(vec3 c) { return c; }\n";
+    source += "void main() {\n  vec3 c = texture(lm_input, lm_location).rgb;\n";
+    for (int round = 0; round < 2; ++round)
+        source += "  c = lm_keep(vec3(1.0) - c);\n  c = lm_keep(c * lm_control);\n"
+                  "  c = lm_keep(mix(c * 12.92, pow(c, vec3(0.4167)) * 1.055 - 0.055, step(0.00313, c)));\n"
+                  "  c = lm_keep(vec3(max(max(c.r, c.g), c.b)));\n";
+    source += "  lm_output = c;\n}\n";
+    return {source, {{"lm_control", faderControl}}};
+}
+
 // Plain GL's output, the reference every other way is checked against.
 std::vector<uint16_t> reference(int width, int height)
 {
@@ -140,18 +161,20 @@ void library(benchmark::State& state, int width, int height, bool fused)
     auto context = quietContext({double(width), double(height)});
     context->setFusionEnabled(fused);
     auto top = libraryChain(sourceImage(context, width, height));
-    state.counters["diff"] = largestDifference(rgbOf(top->drawWithContext(context)), toEightBits(reference(width, height)));
+    state.counters["diff"] =
+        largestDifference(rgbOf(top->drawWithContext(context)), toEightBits(reference(width, height)));
     for (auto _ : state) {
         top->drawWithContext(context);
         context->executeOpenGL([] { glFinish(); });
     }
 }
 
-void plainGL(benchmark::State& state, int width, int height)
+void plainGL(benchmark::State& state, int width, int height, const std::vector<PlainGLKernel>& kernels)
 {
     auto context = quietContext({double(width), double(height)});
-    PlainGLChain chain(*context, plainGLKernels(), sourcePixels(width, height));
+    PlainGLChain chain(*context, kernels, sourcePixels(width, height));
     chain.drawAndFinish();
+    state.counters["diff"] = largestDifference(chain.readOutput(), reference(width, height));
     for (auto _ : state)
         chain.drawAndFinish();
 }
@@ -198,12 +221,18 @@ const bool registered = [] {
             benchmark::RegisterBenchmark(("BM_EightFilters/library_fused" + suffix).c_str(),
                                          [=](benchmark::State& s) { library(s, w, h, true); }),
             benchmark::RegisterBenchmark(("BM_EightFilters/plain_gl" + suffix).c_str(),
-                                         [=](benchmark::State& s) { plainGL(s, w, h); }),
+                                         [=](benchmark::State& s) { plainGL(s, w, h, plainGLKernels()); }),
 #ifdef LUMETRA_BENCH_MOVIT
             benchmark::RegisterBenchmark(("BM_EightFilters/movit" + suffix).c_str(),
                                          [=](benchmark::State& s) { movit(s, w, h); }),
 #endif
         };
+        ways.push_back(
+            benchmark::RegisterBenchmark(("BM_EightFilters/plain_gl_one_pass_kept_16bit" + suffix).c_str(),
+                                         [=](benchmark::State& s) { plainGL(s, w, h, {onePassKernel(true)}); }));
+        ways.push_back(
+            benchmark::RegisterBenchmark(("BM_EightFilters/plain_gl_one_pass_unrounded" + suffix).c_str(),
+                                         [=](benchmark::State& s) { plainGL(s, w, h, {onePassKernel(false)}); }));
         for (auto* way : ways)
             way->Unit(benchmark::kMillisecond)->UseRealTime()->Repetitions(3)->ReportAggregatesOnly(true);
     }
