@@ -103,9 +103,9 @@ std::vector<PlainGLKernel> plainGLKernels()
 // Movit's pass does).
 PlainGLKernel onePassKernel(bool rounded)
 {
-    std::string source =
-        rounded ? "vec3 lm_keep(vec3 c) { return round(clamp(c, 0.0, 1.0) * 65535.0) * (1.0 / 65535.0); }\n"
-                : "vec3 lm_keep(vec3 c) { return c; }\n";
+    std::string source = rounded
+                             ? "vec3 lm_keep(vec3 c) { return floor(clamp(c, 0.0, 1.0) * 65535.0 + 0.5) / 65535.0; }\n"
+                             : "vec3 lm_keep(vec3 c) { return c; }\n";
     source += "void main() {\n  vec3 c = texture(lm_input, lm_location).rgb;\n";
     for (int round = 0; round < 2; ++round)
         source += "  c = lm_keep(vec3(1.0) - c);\n  c = lm_keep(c * lm_control);\n"
@@ -234,7 +234,7 @@ const bool registered = [] {
             benchmark::RegisterBenchmark(("BM_EightFilters/plain_gl_one_pass_unrounded" + suffix).c_str(),
                                          [=](benchmark::State& s) { plainGL(s, w, h, {onePassKernel(false)}); }));
         for (auto* way : ways)
-            way->Unit(benchmark::kMillisecond)->UseRealTime()->Repetitions(3)->ReportAggregatesOnly(true);
+            way->Unit(benchmark::kMillisecond)->UseRealTime()->Repetitions(3)->DisplayAggregatesOnly(true);
     }
     return true;
 }();

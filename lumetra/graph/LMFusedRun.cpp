@@ -240,11 +240,9 @@ std::string fusedSource(const std::vector<Member>& members, const std::vector<Ke
                 text += "  " + prefix + uniform->name() + " = " + stage + uniform->name() + ";\n";
         text += "  " + prefix + "main();\n";
         // What a 16-bit target would have stored: clamped, and rounded to
-        // its 65535 steps (the rounding matters after a steep curve). round()
-        // and a multiply by the step cost less than floor(x + 0.5) and a
-        // division, and give the values that separate passes store.
-        text += "  vec3 lm_v" + std::to_string(m) + " = round(clamp(" + prefix +
-                "output, 0.0, 1.0) * 65535.0) * (1.0 / 65535.0);\n";
+        // its 65535 steps (the rounding matters after a steep curve).
+        text += "  vec3 lm_v" + std::to_string(m) + " = floor(clamp(" + prefix +
+                "output, 0.0, 1.0) * 65535.0 + 0.5) / 65535.0;\n";
     }
     text += "  lm_fused = lm_v" + std::to_string(members.size() - 1) + ";\n}\n";
     return text;
