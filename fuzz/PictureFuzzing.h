@@ -22,33 +22,46 @@ inline std::vector<std::string> logLines;
 // LMPicture::pictureWithContentsOfFile. A failure says so in a last line
 // "LMPicture: ..." (a refused bitmap may log before it); a success logs
 // nothing and has a size.
-inline std::shared_ptr<LMBitmap> readPicture(const uint8_t* data, size_t size)
+// Whatever its depth, a picture has its 8-bit bitmap, and a 16-bit one of
+// the same size.
+inline std::shared_ptr<LMBitmap> readPicture(const uint8_t* data, size_t size, LMPictureFileContents& contents)
 {
     static const bool sinkInstalled = (LMSetLogSink([](const std::string& line) { logLines.push_back(line); }), true);
     (void)sinkInstalled;
     logLines.clear();
-    std::shared_ptr<LMBitmap> bitmap = LMReadPictureData(data, size, "input");
+    const bool read = LMReadPictureData(data, size, "input", contents);
+    std::shared_ptr<LMBitmap> bitmap = contents.bitmap;
+    if (read != bool(bitmap))
+        __builtin_trap();
     if (bitmap ? !logLines.empty() || bitmap->pixelsWide() <= 0 || bitmap->pixelsHigh() <= 0
                : logLines.empty() || logLines.back().rfind("LMPicture: ", 0) != 0)
+        __builtin_trap();
+    if (contents.bitmap16 && (!bitmap || contents.bitmap16->pixelsWide() != bitmap->pixelsWide() ||
+                              contents.bitmap16->pixelsHigh() != bitmap->pixelsHigh()))
         __builtin_trap();
     return bitmap;
 }
 
-// What was read, written by `write` into memory and read again by `read`:
-// the writer must succeed and the reader must get the same size back, and
-// the same pixels when `exact`. Only small pictures, to keep the fuzzer fast.
-template <class Write, class Read>
-void checkRoundTrip(const LMBitmap& bitmap, Write&& write, Read&& read, bool exact)
+// What was read, written in `format` into memory and read again: the writer
+// must succeed and the reader must get the same size back, and the same
+// pixels when `exact`. Only small pictures, to keep the fuzzer fast.
+inline void checkRoundTrip(const LMPictureFileContents& contents, LMPictureFileFormat format, bool exact)
 {
+    const LMBitmap& bitmap = *contents.bitmap;
     if (int64_t{bitmap.pixelsWide()} * bitmap.pixelsHigh() > 256 * 256)
         return;
     char* buffer = nullptr;
     size_t length = 0;
     std::FILE* file = open_memstream(&buffer, &length);
     std::string error;
-    const bool written = write(bitmap, file, error);
+    LMPictureFileOptions options;
+    options.format = format;
+    const bool written = LMWritePictureFile(contents, file, options, error);
     std::fclose(file);
-    std::shared_ptr<LMBitmap> again = written ? read(reinterpret_cast<const uint8_t*>(buffer), length, error) : nullptr;
+    LMPictureFileContents read;
+    std::shared_ptr<LMBitmap> again =
+        written && LMReadPictureData(reinterpret_cast<const uint8_t*>(buffer), length, "written", read) ? read.bitmap
+                                                                                                        : nullptr;
     std::free(buffer);
     if (!again || again->pixelsWide() != bitmap.pixelsWide() || again->pixelsHigh() != bitmap.pixelsHigh())
         __builtin_trap();

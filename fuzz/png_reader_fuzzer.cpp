@@ -1,4 +1,4 @@
-// The PNG reader on arbitrary bytes. libpng refuses a chunk whose checksum
+// Picture reading (libvips's PNG loader behind LMPicture) on arbitrary bytes. libpng refuses a chunk whose checksum
 // is wrong, which would stop nearly every mutation at the first chunk, so
 // the input's chunk checksums are made right before it is read (refusing a
 // bad one is left to the unit tests). What is read must write and read back
@@ -23,7 +23,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         at += length + 12;
     }
 
-    if (std::shared_ptr<LMBitmap> bitmap = fuzzing::readPicture(png.data(), png.size()))
-        fuzzing::checkRoundTrip(*bitmap, LMWritePNGFile, LMReadPNGData, true);
+    LMPictureFileContents contents;
+    if (fuzzing::readPicture(png.data(), png.size(), contents))
+        fuzzing::checkRoundTrip(contents, LMPictureFileFormat::png, true);
     return 0;
 }

@@ -8,6 +8,10 @@ packages=(
   libegl-dev libopengl-dev libgl-dev libegl-mesa0 libgl1-mesa-dri
   libx11-dev
   libpng-dev libjpeg-dev
+  # picture files: libvips (with libpng, libjpeg-turbo, libtiff, libwebp, lcms2 and libexif)
+  libvips-dev
+  # bench/picture-io.sh: the measurements docs/design.md reports
+  libvips-tools imagemagick hyperfine time
   libgtest-dev libbenchmark-dev
   xvfb xauth
   # scripts/fuzz.sh: clang, libFuzzer and the sanitizers' run times

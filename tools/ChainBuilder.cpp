@@ -21,9 +21,12 @@ constexpr size_t maximumKernelBytes = 1 << 20;
 std::shared_ptr<LMPicture> readPictureFile(const std::string& path, LogRecorder& log, long maxSide)
 {
     log.takeLines();
-    std::shared_ptr<LMPicture> picture = LMPicture::pictureWithContentsOfFile(path);
+    // "-" is standard input.
+    const bool standardInput = path == "-";
+    std::shared_ptr<LMPicture> picture = standardInput ? LMPicture::pictureWithContentsOfStream(stdin, "standard input")
+                                                       : LMPicture::pictureWithContentsOfFile(path);
     if (!picture) {
-        std::string reason = log.lastLineContaining(path);
+        std::string reason = log.lastLineContaining(standardInput ? "standard input" : path);
         throw CliError(reason.empty() ? "cannot read " + path : reason);
     }
     const LMSize size = picture->size();

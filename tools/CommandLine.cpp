@@ -4,6 +4,9 @@
 
 #include <lumetra/graph/LMGraphDepth.h>
 
+#include <lumetra/platform/LMPictureFormat.h>
+
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 
@@ -86,6 +89,23 @@ std::optional<PixelSize> parsePixelSize(const std::string& text)
     return size;
 }
 
+std::optional<std::array<uint8_t, 3>> parseColour(const std::string& text)
+{
+    if (text == "black")
+        return std::array<uint8_t, 3>{0, 0, 0};
+    if (text == "white")
+        return std::array<uint8_t, 3>{255, 255, 255};
+    if (text == "grey" || text == "gray")
+        return std::array<uint8_t, 3>{128, 128, 128};
+    const std::string hex = !text.empty() && text[0] == '#' ? text.substr(1) : text;
+    if (hex.size() != 6 || hex.find_first_not_of("0123456789abcdefABCDEF") != std::string::npos)
+        return std::nullopt;
+    std::array<uint8_t, 3> colour{};
+    for (int i = 0; i < 3; ++i)
+        colour[size_t(i)] = uint8_t(std::strtol(hex.substr(size_t(i) * 2, 2).c_str(), nullptr, 16));
+    return colour;
+}
+
 CommandLine parseCommandLine(const std::vector<std::string>& arguments)
 {
     CommandLine line;
@@ -111,12 +131,10 @@ CommandLine parseCommandLine(const std::vector<std::string>& arguments)
         }
     }
 
-    bool sawOptionsEnd = false;
     for (; i < arguments.size(); ++i) {
         const std::string& argument = arguments[i];
         if (argument == "--") {
             line.chain = parseChain(arguments, i + 1);
-            sawOptionsEnd = true;
             break;
         }
         if (argument == "--help" || argument == "-h") {
@@ -148,6 +166,29 @@ CommandLine parseCommandLine(const std::vector<std::string>& arguments)
                 line.fit = CliFit::Stretch;
             else
                 throw CliError::usage("--fit \"" + text + "\" is neither fill nor stretch");
+        } else if (argument == "--format") {
+            line.format = valueOf(arguments, i);
+            if (!LMPictureFileFormatNamed(line.format))
+                throw CliError::usage("--format \"" + line.format + "\" is none of png, jpeg, tiff, webp");
+        } else if (argument == "--quality") {
+            const std::string& text = valueOf(arguments, i);
+            const long quality = parseCount(argument, text);
+            if (quality < 1 || quality > 100)
+                throw CliError::usage("--quality " + text + ": give a whole number from 1 to 100");
+            line.quality = int(quality);
+        } else if (argument == "--lossless") {
+            line.lossless = true;
+        } else if (argument == "--depth") {
+            const std::string& text = valueOf(arguments, i);
+            if (text != "8" && text != "16")
+                throw CliError::usage("--depth \"" + text + "\" is neither 8 nor 16");
+            line.depth = text == "8" ? 8 : 16;
+        } else if (argument == "--background") {
+            const std::string& text = valueOf(arguments, i);
+            const auto colour = parseColour(text);
+            if (!colour)
+                throw CliError::usage("--background \"" + text + "\" is not #RRGGBB, black, white or grey");
+            std::copy(colour->begin(), colour->end(), line.background);
         } else if (argument == "--cache") {
             line.cache = true;
         } else if (argument == "--time") {
@@ -175,8 +216,11 @@ CommandLine parseCommandLine(const std::vector<std::string>& arguments)
             throw CliError::usage("several inputs need -O DIRECTORY for their outputs");
         if (line.output.empty() && line.outputDirectory.empty())
             throw CliError::usage("no output: give -o FILE (or -O DIRECTORY for several inputs)");
-        if (!sawOptionsEnd || line.chain.empty())
-            throw CliError::usage("no filters: add -- FILTER [key=value ...] after the options");
+        // With no filter, the picture is converted (and with --size, resized).
+        if (line.output == "-" && line.format.empty())
+            throw CliError::usage("-o - writes to standard output: say which format with --format");
+        if (std::count(line.inputs.begin(), line.inputs.end(), "-") > 1)
+            throw CliError::usage("standard input (-) can be read only once");
         break;
     case CliCommand::View:
         if (line.inputs.size() != 1)
@@ -210,7 +254,11 @@ std::string usageText()
            "  lumetra view IN [--animate] [--frames N] -- FILTER ...   show the result in a window\n"
            "  lumetra --help [FILTER]        this text, or one filter's parameters\n"
            "\n"
-           "Pictures are PNG or JPEG; the output's format follows its extension (.jpg/.jpeg: JPEG).\n"
+           "  lumetra IN -o OUT [options]    with no filter: converts (and with --size, resizes)\n"
+           "\n"
+           "Pictures are PNG, JPEG, TIFF or WebP (8 or 16 bits); the output's format follows its\n"
+           "name (.png, .jpg/.jpeg, .tif/.tiff, .webp) or --format. IN - reads standard input,\n"
+           "-o - writes standard output (with --format). Profiles and EXIF are kept.\n"
            "An existing output is replaced by a new file once the new one is whole: it keeps its\n"
            "permissions, but other hard links to it keep the old picture.\n"
            "\n"
@@ -219,8 +267,14 @@ std::string usageText()
            "  -O DIR           the output folder for a batch (file names are kept; not the inputs' own)\n"
            "  --size WxH       the context's size in pixels (default: the input picture's)\n"
            "  --fit fill|stretch  how a picture of another size is fitted (default fill: cover, crop)\n"
+           "  --format F       png, jpeg, tiff or webp: the output's format (for -O, its extension)\n"
+           "  --quality N      JPEG and WebP quality, 1 to 100 (default 90)\n"
+           "  --lossless       WebP: lossless\n"
+           "  --depth 8|16     bits per sample of the output (default: the input's)\n"
+           "  --background C   what transparent inputs are flattened onto: #RRGGBB, black (default),\n"
+           "                   white or grey\n"
            "  --cache          turn on the context's output caching\n"
-           "  --time           print the GPU time of the chain\n"
+           "  --time           print the GPU time of the chain (on standard error)\n"
            "  --animate        view: animate the circle and transform parameters\n"
            "  --frames N       view: close after N frames (default: when the window is closed)\n"
            "  -v, --verbose    print the library's log lines\n"

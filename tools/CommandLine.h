@@ -1,5 +1,7 @@
 #pragma once
 
+#include <array>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <utility>
@@ -33,6 +35,13 @@ struct CommandLine {
     bool cache = false;
     bool time = false;
     bool verbose = false;
+    // Output files: --format (else the output's name says), --quality,
+    // --lossless, --depth (0: the input's), --background for transparent inputs.
+    std::string format;
+    int quality = 90;
+    bool lossless = false;
+    int depth = 0;
+    uint8_t background[3] = {0, 0, 0};
     // view
     bool animate = false;
     long frames = 0; // 0: until the window is closed
@@ -47,5 +56,8 @@ CommandLine parseCommandLine(const std::vector<std::string>& arguments);
 // "640x480" → {640, 480}; nullopt for anything else, zero and negative
 // sizes included (the caller names the option in its message).
 std::optional<PixelSize> parsePixelSize(const std::string& text);
+
+// "#RRGGBB", "RRGGBB", "black", "white" or "grey" as bytes; nullopt for anything else.
+std::optional<std::array<uint8_t, 3>> parseColour(const std::string& text);
 
 std::string usageText();

@@ -155,8 +155,18 @@ int demoCommand(const CommandLine& line, LogRecorder& log)
         if (!picture)
             throw CliError("the " + label + " tile could not be drawn");
         copyTile(*picture->bitmap(), *sheet, tileLeft(index), tileTop(index));
-        BitmapFont::drawText(*sheet, tileLeft(index), tileTop(index) + tileHeight + 7,
-                             label.empty() ? "source picture" : label, 1, labelColor);
+        // A label wider than its tile goes on two lines, broken at the last space that fits.
+        const std::string text = label.empty() ? "source picture" : label;
+        const size_t fits = size_t(tileWidth / BitmapFont::textWidth(" ", 1));
+        const size_t split = text.size() > fits ? text.rfind(' ', fits) : std::string::npos;
+        if (split == std::string::npos || split == 0) {
+            BitmapFont::drawText(*sheet, tileLeft(index), tileTop(index) + tileHeight + 7, text, 1, labelColor);
+        } else {
+            BitmapFont::drawText(*sheet, tileLeft(index), tileTop(index) + tileHeight + 3, text.substr(0, split), 1,
+                                 labelColor);
+            BitmapFont::drawText(*sheet, tileLeft(index), tileTop(index) + tileHeight + 12, text.substr(split + 1), 1,
+                                 labelColor);
+        }
     }
     writeOutputBitmap(sheet, line.output, log);
     std::printf("Wrote %s: %zu tiles, %d by %d pixels\n", line.output.c_str(), tiles.size(), sheetWidth(),

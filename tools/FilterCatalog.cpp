@@ -196,7 +196,7 @@ std::string filterListText()
     std::string text = "Filters (lumetra --help FILTER for its parameters):\n";
     auto line = [&text](const std::string& name, const std::string& summary) {
         std::string entry = "    " + name;
-        entry.resize(20, ' ');
+        entry.resize(std::max<size_t>(entry.size() + 2, 25), ' ');
         text += entry + summary + "\n";
     };
     const LMFilterRegistry& registry = LMFilterRegistry::shared();

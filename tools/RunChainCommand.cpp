@@ -18,6 +18,8 @@ std::shared_ptr<LMContext> makeContext(LMSize size, LogRecorder& log)
 {
     log.takeLines();
     auto context = LMContext::contextWithDimensions(size);
+    // Runs of per-pixel filters draw as one pass: the same pixels, sooner.
+    context->setFusionEnabled(true);
     // A context without GL logs why at set-up and reads a limit of 0.
     if (context->maxTextureSize() <= 0) {
         std::string reason;
@@ -38,11 +40,19 @@ void checkSizeFits(LMSize size, const LMContext& context, const std::string& wha
 
 namespace {
 
+// In a batch, each input's own name; with --format, its extension changed to the format's.
 std::string outputPathFor(const CommandLine& line, const std::string& input)
 {
     if (line.outputDirectory.empty())
         return line.output;
-    return (std::filesystem::path(line.outputDirectory) / std::filesystem::path(input).filename()).string();
+    std::filesystem::path name = std::filesystem::path(input == "-" ? "stdin" : input).filename();
+    if (!line.format.empty()) {
+        const std::string extension = line.format == "jpeg"   ? ".jpg"
+                                      : line.format == "tiff" ? ".tif"
+                                                              : "." + line.format;
+        name.replace_extension(extension);
+    }
+    return (std::filesystem::path(line.outputDirectory) / name).string();
 }
 
 // The same file, however it is named (another spelling of the folder, a
@@ -70,7 +80,7 @@ void checkOutputs(const CommandLine& line, const std::vector<CheckedFilter>& cha
     std::set<std::string> outputs;
     for (const std::string& input : line.inputs) {
         const std::string output = outputPathFor(line, input);
-        checkOutputName(output);
+        checkOutputName(output, line.format);
         if (!outputs.insert(output).second)
             throw CliError::usage("two inputs would both be written to " + output);
     }
@@ -146,6 +156,10 @@ int runChainCommand(const CommandLine& line, LogRecorder& log)
     context->setCachingEnabled(line.cache);
     const LMContentScaleMode fit = line.fit == CliFit::Stretch ? LMContentScaleModeStretch : LMContentScaleModeFill;
 
+    LMPictureFileOptions options;
+    options.quality = line.quality;
+    options.lossless = line.lossless;
+
     std::unique_ptr<ChainTimer> timer = line.time ? std::make_unique<ChainTimer>(context) : nullptr;
     const bool showProgress = line.inputs.size() > 1 && isatty(STDERR_FILENO);
     int failures = 0;
@@ -157,7 +171,7 @@ int runChainCommand(const CommandLine& line, LogRecorder& log)
 
         std::shared_ptr<LMPicture> picture;
         try {
-            picture = i == 0 ? first : readPictureFile(input, log, context->maxTextureSize());
+            picture = i == 0 ? std::move(first) : readPictureFile(input, log, context->maxTextureSize());
             if (i == 0)
                 checkSizeFits(picture->size(), *context, "picture " + input);
         } catch (const CliError& error) {
@@ -166,24 +180,42 @@ int runChainCommand(const CommandLine& line, LogRecorder& log)
             ++failures;
             continue;
         }
+        if (!picture->isOpaque()) {
+            // Render targets hold colour only: what shows through is the background, and the user is told.
+            const LMRGBA background = LMRGBA::fromBytes(line.background[0], line.background[1], line.background[2]);
+            picture = picture->pictureFlattenedOnto(background);
+            if (!picture)
+                throw CliError("out of memory flattening " + input);
+            char colour[8];
+            std::snprintf(colour, sizeof colour, "#%02x%02x%02x", line.background[0], line.background[1],
+                          line.background[2]);
+            std::fprintf(stderr, "%slumetra: %s has transparent pixels: flattened onto %s (--background)\n",
+                         showProgress ? "\n" : "", input == "-" ? "standard input" : input.c_str(), colour);
+        }
         if (!line.size && !(picture->size() == context->dimensions()))
             context->setDimensions(picture->size());
 
         ChainBuilder builder(context, fit, log);
         // At its own size, then resampled to the context's.
         auto source = picture->lumetraImageOfOwnSizeWithContext(context);
+        // Once uploaded, only what the picture carries beyond its pixels is needed.
+        options.bitsPerSample = line.depth ? line.depth : picture->bitsPerSample();
+        const PictureTraits traits{picture->isGrey(), picture->iccProfile(), picture->exifData()};
+        picture.reset();
         if (!source)
             throw CliError("cannot bring " + input + " into the GL context");
         source = builder.fitted(source, context->dimensions());
         auto result = builder.build(chain, source, context->dimensions());
         double milliseconds = 0;
         auto image = timer ? timer->draw(result, context, milliseconds) : result->drawWithContext(context);
-        writeOutputPicture(image, output, log);
+        options.format = outputFormat(output, line.format);
+        writeOutputPicture(image, output, options, &traits, log);
+        // Standard output may carry the picture: reports go to standard error.
         if (timer) {
             if (milliseconds < 0)
-                std::printf("%s: GPU time unavailable (no timer queries)\n", input.c_str());
+                std::fprintf(stderr, "%s: GPU time unavailable (no timer queries)\n", input.c_str());
             else
-                std::printf("%s: GPU time of the chain %.3f ms\n", input.c_str(), milliseconds);
+                std::fprintf(stderr, "%s: GPU time of the chain %.3f ms\n", input.c_str(), milliseconds);
         }
     }
     if (showProgress)

@@ -13,6 +13,18 @@ LMFilterRegistry& LMFilterRegistry::shared()
         builtIn.add<LMFilterFader>();
         builtIn.add<LMFilterConvertToSRGB>();
         builtIn.add<LMFilterConvertFromSRGB>();
+        builtIn.add<LMFilterBrightnessContrast>();
+        builtIn.add<LMFilterExposure>();
+        builtIn.add<LMFilterGamma>();
+        builtIn.add<LMFilterLevels>();
+        builtIn.add<LMFilterSaturation>();
+        builtIn.add<LMFilterGrayscale>();
+        builtIn.add<LMFilterHueRotate>();
+        builtIn.add<LMFilterSepia>();
+        builtIn.add<LMFilterColorMatrix>();
+        builtIn.add<LMFilterVignette>();
+        builtIn.add<LMFilterThreshold>();
+        builtIn.add<LMFilterPosterize>();
         builtIn.add<LMFilterTransform>();
         builtIn.add<LMFilterCrop>();
         builtIn.add<LMFilterFlip>();

@@ -15,14 +15,26 @@ LMFilterDeclaration& LMFilterDeclaration::parameter(LMParameter parameter)
     return *this;
 }
 
-LMFilterDeclaration& LMFilterDeclaration::input(std::string name, std::string help)
+namespace {
+
+LMParameter parameterOf(std::string name, LMParameter::Role role, LMParameter::Type type, LMValue defaultValue,
+                        std::string help)
 {
     LMParameter declared;
     declared.name = std::move(name);
-    declared.role = LMParameter::Role::Input;
-    declared.type = LMParameter::Type::Image;
+    declared.role = role;
+    declared.type = type;
+    declared.defaultValue = std::move(defaultValue);
     declared.help = std::move(help);
-    return parameter(std::move(declared));
+    return declared;
+}
+
+} // namespace
+
+LMFilterDeclaration& LMFilterDeclaration::input(std::string name, std::string help)
+{
+    return parameter(
+        parameterOf(std::move(name), LMParameter::Role::Input, LMParameter::Type::Image, LMValue(), std::move(help)));
 }
 
 LMFilterDeclaration& LMFilterDeclaration::control(std::string name, double defaultValue, double minimum, double maximum,
@@ -36,25 +48,18 @@ LMFilterDeclaration& LMFilterDeclaration::control(std::string name, double defau
 LMFilterDeclaration& LMFilterDeclaration::uniform(std::string name, LMParameter::Type type, LMValue defaultValue,
                                                   std::string help)
 {
-    LMParameter declared;
-    declared.name = std::move(name);
-    declared.role = LMParameter::Role::Uniform;
-    declared.type = type;
-    declared.defaultValue = std::move(defaultValue);
-    declared.help = std::move(help);
-    return parameter(std::move(declared));
+    return parameter(
+        parameterOf(std::move(name), LMParameter::Role::Uniform, type, std::move(defaultValue), std::move(help)));
 }
 
 LMFilterDeclaration& LMFilterDeclaration::number(std::string name, double defaultValue, double minimum, double maximum,
                                                  std::string unit, std::string help)
 {
-    LMParameter declared;
-    declared.name = std::move(name);
-    declared.defaultValue = defaultValue;
+    LMParameter declared = parameterOf(std::move(name), LMParameter::Role::Setting, LMParameter::Type::Number,
+                                       defaultValue, std::move(help));
     declared.minimum = minimum;
     declared.maximum = maximum;
     declared.unit = std::move(unit);
-    declared.help = std::move(help);
     return parameter(std::move(declared));
 }
 
@@ -76,32 +81,24 @@ LMFilterDeclaration& LMFilterDeclaration::flag(std::string name, bool defaultVal
 LMFilterDeclaration& LMFilterDeclaration::choice(std::string name, std::string defaultValue,
                                                  std::vector<std::string> choices, std::string help)
 {
-    LMParameter declared;
-    declared.name = std::move(name);
-    declared.type = LMParameter::Type::Choice;
-    declared.defaultValue = std::move(defaultValue);
+    LMParameter declared = parameterOf(std::move(name), LMParameter::Role::Setting, LMParameter::Type::Choice,
+                                       std::move(defaultValue), std::move(help));
     declared.choices = std::move(choices);
-    declared.help = std::move(help);
     return parameter(std::move(declared));
 }
 
 LMFilterDeclaration& LMFilterDeclaration::numbers(std::string name, size_t length, std::string help)
 {
-    LMParameter declared;
-    declared.name = std::move(name);
-    declared.type = LMParameter::Type::Numbers;
+    LMParameter declared = parameterOf(std::move(name), LMParameter::Role::Setting, LMParameter::Type::Numbers,
+                                       LMValue(), std::move(help));
     declared.listLength = length;
-    declared.help = std::move(help);
     return parameter(std::move(declared));
 }
 
 LMFilterDeclaration& LMFilterDeclaration::file(std::string name, std::string help)
 {
-    LMParameter declared;
-    declared.name = std::move(name);
-    declared.type = LMParameter::Type::File;
-    declared.help = std::move(help);
-    return parameter(std::move(declared));
+    return parameter(
+        parameterOf(std::move(name), LMParameter::Role::Setting, LMParameter::Type::File, LMValue(), std::move(help)));
 }
 
 LMFilterDeclaration& LMFilterDeclaration::required()

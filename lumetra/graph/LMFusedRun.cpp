@@ -190,7 +190,9 @@ std::string emittedKernel(LMFilter& filter, const std::string& prefix, const std
 
 std::string fusedSource(const std::vector<Member>& members, const std::vector<Kernel>& kernels, size_t outsideCount)
 {
-    std::string text = "#version 150\nnoperspective in vec2 lm_location;\nout vec3 lm_fused;\n"
+    // lm_location is the pixel's own position in the run's working size,
+    // whatever quad is bound: the pass draws at that size.
+    std::string text = "#version 150\nvec2 lm_location;\nout vec3 lm_fused;\n"
                        "uniform vec2 lm_contextDimensions;\nuniform vec2 lm_targetDimensions;\n"
                        "uniform mat3 lm_inputTransform;\n"
                        "vec2 lm_toInputCoords(vec2 ocoords) { return (lm_inputTransform * vec3(ocoords.x, ocoords.y, "
@@ -219,7 +221,7 @@ std::string fusedSource(const std::vector<Member>& members, const std::vector<Ke
             text += emittedKernel(*members[m].filter, kernel.prefix, "lm_m" + std::to_string(m) + "_");
     }
 
-    text += "void main() {\n";
+    text += "void main() {\n  lm_location = gl_FragCoord.xy;\n";
     for (size_t i = 0; i < outsideCount; ++i)
         text +=
             "  vec3 lm_o" + std::to_string(i) + " = texture(lm_outside" + std::to_string(i) + ", lm_location).rgb;\n";
@@ -263,7 +265,9 @@ std::shared_ptr<LMDrawable> LMFusedRun::inputNamed(const LMFilter& filter, const
 std::shared_ptr<LMImage> LMFusedRun::draw(LMFilter& root, const std::shared_ptr<LMContext>& context)
 {
     RunBuilder run(root, context);
-    if (run.members.size() < 2)
+    // GL 3.2 promises 16 texture units to a fragment shader; a run reading
+    // more outside images than that draws unfused.
+    if (run.members.size() < 2 || run.outside.size() > maximumOutsideInputs)
         return nullptr;
     std::vector<Member>& members = run.members;
 

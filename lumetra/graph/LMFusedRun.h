@@ -35,6 +35,7 @@ public:
     // (and fuse their own runs). It keeps every program well inside a
     // driver's limits on uniforms, texture units and shader size.
     static constexpr size_t maximumMembers = 16;
+    static constexpr size_t maximumOutsideInputs = 16;
 
     // What the run's builder reads of a filter's own state.
     static bool isDrawing(const LMFilter& filter);

@@ -28,12 +28,39 @@ void multiplyByAlpha(LMBitmap& bitmap)
     }
 }
 
+// The same at 16 bits a sample.
+void multiplyByAlpha(LMBitmap16& bitmap)
+{
+    for (int32_t y = 0; y < bitmap.pixelsHigh(); ++y) {
+        uint16_t* pixel = bitmap.rowAt(y);
+        for (int32_t x = 0; x < bitmap.pixelsWide(); ++x, pixel += 4) {
+            const uint32_t alpha = pixel[3];
+            if (alpha == 65535)
+                continue;
+            for (int sample = 0; sample < 3; ++sample)
+                pixel[sample] = static_cast<uint16_t>((pixel[sample] * alpha + 32767) / 65535);
+        }
+    }
+}
+
+// 16-bit pixels flipped to GL's bottom-up rows, colour times alpha.
+std::shared_ptr<LMBitmap16> uprightForUpload(const LMBitmap16& bitmap)
+{
+    std::shared_ptr<LMBitmap16> upright = bitmap.flipped();
+    if (upright)
+        multiplyByAlpha(*upright);
+    return upright;
+}
+
 } // namespace
 
 std::shared_ptr<LMBitmap> LMPicture::uprightBitmapForUpload() const
 {
-    // Drawing and flipping on the calling thread; only the upload on the GL queue.
-    std::shared_ptr<LMBitmap> raster = rasterizedBitmap();
+    // Drawing and flipping on the calling thread; only the upload on the GL
+    // queue. A bitmap of the picture's size is flipped as it is, not copied first.
+    const bool asStored = bitmap_->pixelsWide() == LMTruncateToGLint(size_.width) &&
+                          bitmap_->pixelsHigh() == LMTruncateToGLint(size_.height);
+    std::shared_ptr<LMBitmap> raster = asStored ? bitmap_ : rasterizedBitmap();
     if (!raster)
         return nullptr;
     std::shared_ptr<LMBitmap> upright = flippedBIR(raster, raster->pixelsWide(), raster->pixelsHigh());
@@ -67,14 +94,44 @@ bool uploadBitmap(const LMBitmap& upright, bool replace)
     return LMOpenGL::takeErrors() == GL_NO_ERROR;
 }
 
+// The same for 16-bit pixels: a new GL_RGBA16 texture, or over the bound one.
+bool uploadBitmap(const LMBitmap16& upright, bool replace)
+{
+    LMOpenGL::setUploadState();
+    glPixelStorei(GL_UNPACK_ALIGNMENT, 2);
+    if (replace)
+        glTexSubImage2D(GL_TEXTURE_RECTANGLE, 0, 0, 0, upright.pixelsWide(), upright.pixelsHigh(), GL_RGBA,
+                        GL_UNSIGNED_SHORT, upright.bitmapData());
+    else
+        glTexImage2D(GL_TEXTURE_RECTANGLE, 0, GL_RGBA16, upright.pixelsWide(), upright.pixelsHigh(), 0, GL_RGBA,
+                     GL_UNSIGNED_SHORT, upright.bitmapData());
+    glPixelStorei(GL_UNPACK_ALIGNMENT, 4);
+    return LMOpenGL::takeErrors() == GL_NO_ERROR;
+}
+
+// A new texture, or the bound one replaced, from whichever bitmap there is;
+// logs a failure.
+template <class Bitmap>
+bool upload(const Bitmap& upright, bool replace)
+{
+    const bool uploaded = uploadBitmap(upright, replace);
+    if (!uploaded && replace)
+        LMLog("LMPicture: Error uploading a picture of %d by %d pixels into an image", upright.pixelsWide(),
+              upright.pixelsHigh());
+    else if (!uploaded)
+        LMLog("LMPicture: Error uploading a texture of %d by %d pixels", upright.pixelsWide(), upright.pixelsHigh());
+    return uploaded;
+}
+
 } // namespace
 
 GLuint LMPicture::glTextureWithContext(const std::shared_ptr<LMContext>& context) const
 {
     if (!context)
         return 0;
-    std::shared_ptr<LMBitmap> upright = uprightBitmapForUpload();
-    if (!upright)
+    std::shared_ptr<LMBitmap16> upright16 = drawsBitmap16() ? uprightForUpload(*bitmap16_) : nullptr;
+    std::shared_ptr<LMBitmap> upright = upright16 ? nullptr : uprightBitmapForUpload();
+    if (!upright && !upright16)
         return 0;
 
     GLuint texture = 0;
@@ -83,9 +140,7 @@ GLuint LMPicture::glTextureWithContext(const std::shared_ptr<LMContext>& context
         LMOpenGL::takeErrors();
         glGenTextures(1, &texture);
         glBindTexture(GL_TEXTURE_RECTANGLE, texture);
-        if (!uploadBitmap(*upright, false)) {
-            LMLog("LMPicture: Error uploading a texture of %d by %d pixels", upright->pixelsWide(),
-                  upright->pixelsHigh());
+        if (!(upright16 ? upload(*upright16, false) : upload(*upright, false))) {
             glDeleteTextures(1, &texture);
             texture = 0;
         }
@@ -97,21 +152,21 @@ std::shared_ptr<LMImage> LMPicture::lumetraImageOfOwnSizeWithContext(const std::
 {
     if (!context)
         return nullptr;
-    std::shared_ptr<LMBitmap> upright = uprightBitmapForUpload();
-    if (!upright)
+    // 16-bit pixels go into the 16-bit render target whole.
+    std::shared_ptr<LMBitmap16> upright16 = drawsBitmap16() ? uprightForUpload(*bitmap16_) : nullptr;
+    std::shared_ptr<LMBitmap> upright = upright16 ? nullptr : uprightBitmapForUpload();
+    if (!upright && !upright16)
         return nullptr;
-    auto image = LMImage::imageWithContext(
-        context, {static_cast<double>(upright->pixelsWide()), static_cast<double>(upright->pixelsHigh())});
+    const LMSize size = upright16 ? LMSize{double(upright16->pixelsWide()), double(upright16->pixelsHigh())}
+                                  : LMSize{double(upright->pixelsWide()), double(upright->pixelsHigh())};
+    auto image = LMImage::imageWithContext(context, size);
     if (!image->target())
         return nullptr;
     bool uploaded = false;
     context->executeOpenGL([&] {
         LMOpenGL::takeErrors();
         glBindTexture(GL_TEXTURE_RECTANGLE, image->texture());
-        uploaded = uploadBitmap(*upright, true);
-        if (!uploaded)
-            LMLog("LMPicture: Error uploading a picture of %d by %d pixels into an image", upright->pixelsWide(),
-                  upright->pixelsHigh());
+        uploaded = upright16 ? upload(*upright16, true) : upload(*upright, true);
     });
     return uploaded ? image : nullptr;
 }
@@ -138,6 +193,35 @@ std::shared_ptr<LMImage> LMPicture::lumetraImageWithContext(const std::shared_pt
     std::shared_ptr<LMImage> image = adapter->convertTexture(texture, texels);
     context->executeOpenGL([&] { glDeleteTextures(1, &texture); });
     return image;
+}
+
+std::shared_ptr<LMPicture> LMPicture::imageWithLMImage(const std::shared_ptr<LMImage>& image, int bitsPerSample)
+{
+    if (bitsPerSample != 16)
+        return imageWithLMImage(image);
+    std::shared_ptr<LMContext> context = image ? image->context() : nullptr;
+    if (!context || !image->target())
+        return nullptr;
+    const GLint width = LMFloorToGLint(image->dimensions().width);
+    const GLint height = LMFloorToGLint(image->dimensions().height);
+    std::shared_ptr<LMBitmap16> readBack = LMBitmap16::bitmapWithSize(width, height);
+    if (!readBack)
+        return nullptr;
+    bool read = false;
+    context->executeOpenGL([&] {
+        LMOpenGL::takeErrors();
+        glBindFramebuffer(GL_READ_FRAMEBUFFER, image->framebuffer());
+        LMOpenGL::setReadBackState();
+        glPixelStorei(GL_PACK_ALIGNMENT, 2);
+        glReadPixels(0, 0, width, height, GL_RGBA, GL_UNSIGNED_SHORT, readBack->bitmapData());
+        glPixelStorei(GL_PACK_ALIGNMENT, 4);
+        if (const GLenum error = LMOpenGL::takeErrors(); error != GL_NO_ERROR)
+            LMLog("LMPicture: Error 0x%04X reading back an image of %d by %d pixels", error, width, height);
+        else
+            read = true;
+    });
+    // GL's rows run bottom-up, a picture's top-down.
+    return read ? pictureWithBitmap16(readBack->flipped()) : nullptr;
 }
 
 std::shared_ptr<LMPicture> LMPicture::imageWithLMImage(const std::shared_ptr<LMImage>& image)

@@ -163,3 +163,20 @@ TEST_F(Fusion, CachingAndMarkingThroughARun)
     EXPECT_TRUE(within2(member, pixels16(LMFilterInvert::filterWithInput(fader)->drawWithContext(context))));
     EXPECT_TRUE(within2(fused, pixels16(last->drawWithContext(context))));
 }
+
+// After a crop the run works at the crop's size, not the context's.
+TEST_F(Fusion, RunsAtAWorkingSizeOfTheirOwn)
+{
+    auto crop = LMFilterCrop::filterWithInput(photo);
+    crop->setX(3), crop->setY(2), crop->setWidth(10), crop->setHeight(7);
+    auto invert = LMFilterInvert::filterWithInput(crop);
+    auto fader = LMFilterFader::filterWithInput(invert);
+    fader->setControl(0.6);
+    invert->setWorkingSize(LMSize{10, 7});
+    fader->setWorkingSize(LMSize{10, 7});
+    context->setFusionEnabled(true);
+    const Pixels fused = drawnPixels(fader, context);
+    context->setFusionEnabled(false);
+    EXPECT_TRUE(samePixels(fused, drawnPixels(fader, context), 0));
+    EXPECT_EQ(fused.width, 10);
+}

@@ -81,6 +81,13 @@ TEST(PictureFiles, PNGsOfEveryColourTypeLoadAsStraightRGBAAndWriteBackWhole)
         auto picture = LMPicture::pictureWithContentsOfFile(path);
         ASSERT_TRUE(picture && picture->writePNGToFile(scratchPath("written.png"))) << path;
         const bool grey = format.channels[0] == 'y', alpha = format.channels.back() == 'a' || format.channels == "p";
+        // 16-bit files keep their samples whole beside the rounded bytes.
+        ASSERT_EQ(bool(picture->bitmap16()), format.depth == 16) << path;
+        for (int y = 0; picture->bitmap16() && y < 2; ++y)
+            for (int i = 0; i < 12; ++i) {
+                const unsigned sample = expected[y][i / 4][i % 4];
+                EXPECT_EQ(picture->bitmap16()->rowAt(y)[i], sample ? sample * 257 - 100 : 0) << path;
+            }
         // What the library writes, read again, keeps every byte, alpha included.
         for (const auto& read : {picture, LMPicture::pictureWithContentsOfFile(scratchPath("written.png"))}) {
             ASSERT_TRUE(read && read->size() == (LMSize{3, 2}));
@@ -133,18 +140,19 @@ TEST(PictureFiles, AStreamIsReadNoFurtherThanTheLimit)
         });
         std::FILE* stream = fdopen(ends[0], "rb");
         LogCapture log;
-        auto bitmap = LMReadPictureFile(stream, "the stream", limit);
+        LMPictureFileContents read;
+        const bool whole = LMReadPictureFile(stream, "the stream", limit, read);
         std::fclose(stream);
         writer.join();
         if (endless) {
-            EXPECT_FALSE(bitmap);
+            EXPECT_FALSE(whole || read.bitmap);
             EXPECT_EQ(log.lines(),
                       std::vector<std::string>{
                           "LMPicture: Cannot read the stream: it holds more than 1 MiB, more than any picture file"});
             // What the pipe held when the reader stopped, and no more.
             EXPECT_LE(sent.load(), limit + 256 * 1024);
         } else {
-            EXPECT_TRUE(bitmap && bitmapPixel(*bitmap, 2, 1) == (Pixel{160, 170, 180, 255}) && log.lines().empty());
+            EXPECT_TRUE(whole && bitmapPixel(*read.bitmap, 2, 1) == (Pixel{160, 170, 180, 255}) && log.lines().empty());
         }
     }
 }

@@ -31,7 +31,7 @@ struct DamagedPicture {
 };
 
 // One file for each way the PNG and the JPEG reader can fail: not a picture,
-// ending early in the header, the rows or after them, a damaged chunk, and a
+// ending early in the header or the rows, a damaged chunk, and a
 // header claiming more pixels than the file could hold.
 inline std::vector<DamagedPicture> damagedPictures(const Bytes& png, const Bytes& jpeg)
 {
@@ -55,17 +55,23 @@ inline std::vector<DamagedPicture> damagedPictures(const Bytes& png, const Bytes
             crc = crc >> 1 ^ (0xEDB88320 & (0 - (crc & 1)));
     }
     put(hugePNG, 29, ~crc, 4);
+    // A text chunk after the header claiming 218 MB that the file does not
+    // hold: refused before anything of that size is allocated.
+    Bytes hugeChunk(png.begin(), png.begin() + 33);
+    for (const uint8_t byte : Bytes{0x0C, 0xFE, 0x6A, 0x80, 'z', 'T', 'X', 't', 'k', 0, 0, 0, 0, 0, 0})
+        hugeChunk.push_back(byte);
+    hugeChunk.insert(hugeChunk.end(), png.begin() + 33, png.end());
     // ...and 65500 by 65500 in the JPEG's frame header.
     put(hugeJPEG, find(jpeg, {0xFF, 0xC0}) + 5, 65500u << 16 | 65500u, 4);
-    const std::string cannot = "LMPicture: Cannot read ", early = "the file ends early";
+    const std::string cannot = "LMPicture: Cannot read ", early = "not enough data";
     return {
-        {"empty.png", {}, "is neither a PNG nor a JPEG file"},
-        {"text.png", {'n', 'o', 't', ' ', 'a', ' ', 'p', 'n', 'g'}, "is neither a PNG nor a JPEG file"},
+        {"empty.png", {}, "is not a PNG, JPEG, TIFF or WebP file"},
+        {"text.png", {'n', 'o', 't', ' ', 'a', ' ', 'p', 'n', 'g'}, "is not a PNG, JPEG, TIFF or WebP file"},
         {"header-only.png", cut(png, 33), early},
         {"truncated.png", cut(png, find(png, {'I', 'D', 'A', 'T'}) + 6), early}, // two bytes into its pixels
-        {"without-its-end.png", cut(png, png.size() - 12), early},
         {"bad-header-checksum.png", badHeader, cannot},
         {"huge.png", hugePNG, "cannot hold 100000 by 100000 pixels"},
+        {"huge-text-chunk.png", hugeChunk, "a chunk claims 218000000 bytes"},
         {"start-only.jpg", cut(jpeg, 3), cannot},
         {"truncated.jpg", cut(jpeg, find(jpeg, {0xFF, 0xDA}) + 16), cannot}, // two bytes into its scan
         {"huge.jpg", hugeJPEG, "cannot hold 65500 by 65500 pixels"},

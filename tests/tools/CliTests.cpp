@@ -16,6 +16,7 @@
 #include <fstream>
 #include <sstream>
 #include <sys/wait.h>
+#include <unistd.h>
 
 namespace fs = std::filesystem;
 
@@ -79,8 +80,10 @@ protected:
         EXPECT_TRUE(samePixels(pixelsOf(*bitmap), expected, levels)) << name;
     }
 
-    const fs::path dir_ = fs::path(testing::TempDir()) /
-                          ("lumetra_cli_" + std::string(testing::UnitTest::GetInstance()->current_test_info()->name()));
+    // The process's own folder: runs of the suite from other build trees may share the machine.
+    const fs::path dir_ =
+        fs::path(testing::TempDir()) / ("lumetra_cli_" + std::to_string(::getpid()) + "_" +
+                                        std::string(testing::UnitTest::GetInstance()->current_test_info()->name()));
 };
 
 TEST_F(CliTest, ChainsGiveTheFiltersArithmeticInPNGAndJPEG)
@@ -98,6 +101,10 @@ TEST_F(CliTest, ChainsGiveTheFiltersArithmeticInPNGAndJPEG)
         // Invert alone is the output tests' chain.
         {"invert -- fader control=0.5", perChannel(source, [](double s) { return (1 - s) / 2; })},
         {"max2 with=other.png", perChannel(source, other, [](double s, double o) { return std::max(s, o); })},
+        // Through the tool's own keys; the posterize sees what the levels stored.
+        {"levels in-low=0.2 in-high=0.8 -- posterize levels=3",
+         perChannel(source,
+                    [](double s) { return std::floor(stored(std::clamp((s - 0.2) / 0.6, 0.0, 1.0)) * 2 + 0.5) / 2; })},
         {"kernel file=tint.glsl inputs=input,overlay overlay=other.png controls=amount amount=0.25",
          perChannel(source, other, [](double s, double o) { return s * 0.75 + o * 0.25; })},
         // Centred 15 pixels from the top.
@@ -218,15 +225,17 @@ TEST_F(CliTest, BadInputEndsWithOneMessageAndNoOutput)
         {"in.png -o out.png -- fader control=nan", 2, "control=nan: not a finite number"},
         {"in.png -o out.png -- circle center=1,2", 2, "radius= is required", "", true},
         {"in.png -o out.png -- crop width=0 height=5", 2, "crop: width=0: must be at least 1"},
+        {"in.png -o out.png -- gamma gamma=0", 2, "gamma: gamma=0: must be at least 0.01"},
+        {"in.png -o out.png -- color-matrix matrix=1,0,0,0,0,1,0,0,0,0,1", 2, "not 12 numbers, separated by commas"},
         {"in.png -o out.png -- crop width=5", 2, "crop: height= is required", "", true},
         {"in.png -o out.png -- rot angle=45", 2, "rot: angle=45: not one of 90|180|270"},
         {"in.png -o out.png -- flip mirror=yes", 2, "flip: unknown key \"mirror\"", "", true},
         {"in.png -o out.png --size 99999x10 -- invert", 1, "outside this renderer's limits"},
         {"in.png -o out.png --bogus -- invert", 2, "unknown option --bogus"},
         {"in.png -o out.png --fit squash -- invert", 2, "--fit \"squash\" is neither fill nor stretch"},
-        {"in.png -o out.bmp -- invert", 2, "must end in .png, .jpg or .jpeg"},
+        {"in.png -o out.bmp -- invert", 2, "must end in .png, .jpg, .jpeg, .tif, .tiff or .webp"},
         {"missing.png -o out.png -- invert", 1, "Cannot open missing.png: No such file or directory"},
-        {"notapicture.png -o out.png -- invert", 1, "neither a PNG nor a JPEG"},
+        {"notapicture.png -o out.png -- invert", 1, "is not a PNG, JPEG, TIFF or WebP file"},
         {"in.png -o out.png -- kernel file=broken.glsl", 1, "broken.glsl does not compile", "", true},
         {"in.png -o out.png -- kernel file=absent.glsl", 1, "cannot read kernel absent.glsl"},
         {"in.png -o nofolder/out.png -- invert", 1, "Cannot write nofolder/out.png: No such file or directory"},
@@ -292,6 +301,115 @@ TEST_F(CliTest, DemoDrawsItsWholeSheet)
     const int x = tileLeft(1) + (patchLeft + patchRight) / 2, y = tileTop(1) + (patchTop + patchBottom) / 2;
     for (int sample = 0; sample < 3; ++sample)
         EXPECT_NEAR(sheet->rowAt(y)[x * 4 + sample], 255 - patchColor[sample], 1);
+}
+
+// The PNG header's bit depth and colour type (0 grey, 2 RGB, 4 grey and alpha, 6 RGBA).
+std::pair<int, int> pngDepthAndColourType(const std::string& bytes)
+{
+    return bytes.size() > 25 ? std::pair{int(uint8_t(bytes[24])), int(uint8_t(bytes[25]))} : std::pair{0, 0};
+}
+
+// Samples that are no multiple of 257, so that any trip through 8 bits shows.
+std::shared_ptr<LMBitmap16> deepSource()
+{
+    auto bitmap = LMBitmap16::bitmapWithSize(width, height);
+    for (int y = 0; y < height; ++y)
+        for (int x = 0; x < width; ++x)
+            for (int i = 0; i < 4; ++i)
+                bitmap->rowAt(y)[x * 4 + i] = uint16_t(i == 3 ? 65535 : (x * 1031 + y * 877 + i * 20011) % 65536);
+    return bitmap;
+}
+
+TEST_F(CliTest, SixteenBitsGoThroughTheChainAndOutExactly)
+{
+    auto input = deepSource();
+    ASSERT_TRUE(LMPicture::pictureWithBitmap16(input)->writeToFile(path("deep.png"), LMPictureFileOptions{}));
+    for (const std::string output : {"out.png", "out.tif"}) {
+        SCOPED_TRACE(output);
+        const auto [status, err] = run("deep.png -o " + output + " -- invert");
+        ASSERT_EQ(status, 0) << err;
+        auto read = LMPicture::pictureWithContentsOfFile(path(output));
+        ASSERT_TRUE(read && read->bitmap16());
+        int wrong = 0;
+        for (int y = 0; y < height; ++y)
+            for (int i = 0; i < width * 4; ++i)
+                wrong += read->bitmap16()->rowAt(y)[i] != (i % 4 == 3 ? 65535 : 65535 - input->rowAt(y)[i]);
+        EXPECT_EQ(wrong, 0);
+    }
+    EXPECT_EQ(pngDepthAndColourType(contents("out.png")), std::pair(16, 2));
+    ASSERT_EQ(run("deep.png -o eight.png --depth 8 -- invert").first, 0);
+    EXPECT_EQ(pngDepthAndColourType(contents("eight.png")), std::pair(8, 2));
+}
+
+// Grey stays grey and colour gains no alpha; TIFF and lossless WebP give the pixels back.
+TEST_F(CliTest, OutputsKeepTheInputsChannelsInEveryFormat)
+{
+    auto grey = LMPicture::pictureWithBitmap(bitmapOf(perChannel(source, [](double) { return 0.5; })));
+    grey->setGrey(true);
+    ASSERT_TRUE(grey->writeToFile(path("grey.png"), LMPictureFileOptions{}));
+    EXPECT_EQ(pngDepthAndColourType(contents("grey.png")), std::pair(8, 0));
+    ASSERT_EQ(run("grey.png -o grey-out.png -- invert").first, 0);
+    EXPECT_EQ(pngDepthAndColourType(contents("grey-out.png")), std::pair(8, 0));
+    expectPixels("grey-out.png", perChannel(source, [](double) { return 127 / 255.0; }), 0);
+    for (const std::string output : {"out.png", "out.tif", "out.webp"}) {
+        const auto [status, err] = run("in.png -o " + output + " --lossless -- invert");
+        ASSERT_EQ(status, 0) << err;
+        expectPixels(output, inverted, 0);
+    }
+    EXPECT_EQ(pngDepthAndColourType(contents("out.png")), std::pair(8, 2));
+}
+
+// The picture's EXIF says to turn it a quarter clockwise: its left half
+// (white) comes out on top. Its P3 profile and EXIF block go to every output
+// that holds them, the orientation no longer turning it.
+TEST_F(CliTest, OrientationIsAppliedAndProfileAndExifSurvive)
+{
+    const std::string turned = std::string(LUMETRA_TEST_SOURCE_DIR) + "/tools/turned_p3.jpg";
+    auto input = LMPicture::pictureWithContentsOfFile(turned);
+    ASSERT_TRUE(input && input->size() == (LMSize{8, 16}) && input->iccProfile().size() > 128 &&
+                !input->exifData().empty());
+    for (const std::string output : {"out.png", "out.jpg", "out.webp", "out.tif"}) {
+        SCOPED_TRACE(output);
+        const auto [status, err] = run(turned + " -o " + output);
+        ASSERT_EQ(status, 0) << err;
+        auto read = LMPicture::pictureWithContentsOfFile(path(output));
+        ASSERT_TRUE(read && read->size() == (LMSize{8, 16}));
+        EXPECT_GT(read->bitmap()->rowAt(3)[4 * 4], 200);
+        EXPECT_LT(read->bitmap()->rowAt(12)[4 * 4], 55);
+        EXPECT_EQ(read->iccProfile(), input->iccProfile());
+        EXPECT_TRUE(output == "out.tif" || !read->exifData().empty());
+    }
+}
+
+TEST_F(CliTest, StandardInputAndOutputCarryPicturesAndReportsGoToStandardError)
+{
+    const std::string command = "cd '" + path("") +
+                                "' && cat in.png | env -u DISPLAY '" LUMETRA_TOOL
+                                "' - -o - --format png --time -- invert > piped.png 2> stderr.txt";
+    ASSERT_EQ(std::system(command.c_str()), 0) << contents("stderr.txt");
+    expectPixels("piped.png", inverted, 0);
+    EXPECT_NE(contents("stderr.txt").find("GPU time"), std::string::npos);
+    EXPECT_EQ(run("in.png -o - -- invert").first, 2) << "standard output needs --format";
+}
+
+TEST_F(CliTest, TransparentInputsAreFlattenedOntoTheBackgroundWithOneLine)
+{
+    const Pixels seeThrough = pixelsOf(width, height, [](int x, int y) {
+        return Pixel{uint8_t(x * 4), uint8_t(y * 5), 200, uint8_t(x * 255 / (width - 1))};
+    });
+    writePicture("clear.png", seeThrough);
+    const auto [status, err] = run("clear.png -o flat.png --background '#204060'");
+    ASSERT_EQ(status, 0) << err;
+    EXPECT_EQ(err, "lumetra: clear.png has transparent pixels: flattened onto #204060 (--background)\n");
+    const uint8_t background[3] = {0x20, 0x40, 0x60};
+    expectPixels("flat.png", pixelsOf(width, height, [&](int x, int y) {
+                     const Pixel p = seeThrough.at(x, y);
+                     Pixel flat{0, 0, 0, 255};
+                     for (int i = 0; i < 3; ++i)
+                         flat[i] = uint8_t(std::lround((p[i] * p[3] + background[i] * (255 - p[3])) / 255.0));
+                     return flat;
+                 }));
+    EXPECT_EQ(pngDepthAndColourType(contents("flat.png")), std::pair(8, 2));
 }
 
 } // namespace
