@@ -25,6 +25,7 @@
 #include "lumetra/graph/LMMultiPassFilter.h"
 #include "lumetra/graph/LMProxyCallScope.h"
 #include "lumetra/graph/LMRenderPass.h"
+#include "lumetra/graph/LMTableUniform.h"
 #include "lumetra/graph/LMUniform.h"
 #include "lumetra/graph/LMVAOStateTextured.h"
 #include "lumetra/graph/LMVector2.h"

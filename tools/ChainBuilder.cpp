@@ -207,6 +207,9 @@ LMFilterRef<LMFilter> ChainBuilder::buildDeclared(const CheckedFilter& checked,
             const std::vector<double>& point = *value.numbers();
             const LMPoint placed = libraryPoint(point[0], point[1], size);
             filter->setValueForKey(std::vector<double>{placed.x, placed.y}, parameter->name);
+        } else if (const std::string* name = value.string();
+                   parameter->type == LMParameter::Type::File && name && files_.count(*name)) {
+            filter->setValueForKey(files_.at(*name), parameter->name);
         } else {
             filter->setValueForKey(value, parameter->name);
         }
@@ -221,6 +224,10 @@ std::shared_ptr<LMDrawable> ChainBuilder::build(const std::vector<CheckedFilter>
     for (const CheckedFilter& checked : chain) {
         LMFilterRef<LMFilter> filter =
             checked.entry ? buildDeclared(checked, previous, size) : buildKernel(checked, previous, size);
+        // A table file that does not read, points that make no curve: the
+        // filter's own words, before anything is drawn.
+        if (const std::string problem = filter->configurationProblem(); !problem.empty())
+            throw CliError(problem);
         if (auto* resizing = dynamic_cast<LMMultiPassFilter*>(filter.get())) {
             // It works at whatever size its input has; what follows works at the size it makes.
             size = resizing->outputSizeForInputSize(size);

@@ -37,6 +37,8 @@ public:
     std::shared_ptr<LMImage> fitted(const std::shared_ptr<LMImage>& image, LMSize size);
     // Makes `name` stand for an image the host made, wherever the chain names a picture.
     void providePicture(const std::string& name, std::shared_ptr<LMImage> image) { pictures_[name] = std::move(image); }
+    // Makes a file parameter written as `name` read the file at `path` instead.
+    void provideFile(const std::string& name, std::string path) { files_[name] = std::move(path); }
 
     // The filters a view animates, with their parameters as written.
     // Each with the size of the image it works on.
@@ -75,6 +77,7 @@ private:
     std::map<std::string, std::shared_ptr<LMImage>> pictures_;
     std::map<std::tuple<std::string, double, double>, std::shared_ptr<LMImage>> fittedPictures_;
     std::map<std::string, std::string> kernels_;
+    std::map<std::string, std::string> files_;
     std::vector<AnimatedCircle> circles_;
     std::vector<AnimatedTransform> transforms_;
 };

@@ -8,8 +8,13 @@
 #include <lumetra/lumetra.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
+#include <cstdlib>
 #include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <map>
 #include <sstream>
 
 namespace DemoSheet {
@@ -142,10 +147,32 @@ int demoCommand(const CommandLine& line, LogRecorder& log)
     const uint8_t labelColor[4] = {215, 215, 220, 255};
     BitmapFont::drawText(*sheet, margin, 10, "LUMETRA: EVERY BUILT-IN FILTER", 2, titleColor);
 
+    // The files the demo chains read, written to a folder of the sheet's own.
+    std::string folderName = (std::filesystem::temp_directory_path() / "lumetra-demo-XXXXXX").string();
+    if (!mkdtemp(folderName.data()))
+        throw CliError("cannot make a folder for the demo's files: " + std::string(std::strerror(errno)));
+    const std::filesystem::path folder = folderName;
+    struct Removal {
+        std::filesystem::path folder;
+        ~Removal()
+        {
+            std::error_code ignored;
+            std::filesystem::remove_all(folder, ignored);
+        }
+    } removal{folder};
+    std::map<std::string, std::string> demoFiles;
+    for (const LMFilterRegistry::Entry& entry : LMFilterRegistry::shared().entries())
+        for (const auto& [name, contents] : entry.declaration->demoFiles()) {
+            std::ofstream(folder / name, std::ios::binary) << contents;
+            demoFiles[name] = (folder / name).string();
+        }
+
     const auto& tiles = demoTiles();
     for (int index = 0; index < int(tiles.size()); ++index) {
         ChainBuilder builder(context, LMContentScaleModeFill, log);
         builder.providePicture("stripes", stripes);
+        for (const auto& [name, path] : demoFiles)
+            builder.provideFile(name, path);
         const std::string& label = tiles[index].label;
         std::shared_ptr<LMDrawable> node = source;
         if (!label.empty())

@@ -7,6 +7,7 @@
 LMFilterRegistry& LMFilterRegistry::shared()
 {
     static LMFilterRegistry registry = [] {
+        // In the order of their groups, as `lumetra --help` and the demo sheet show them.
         LMFilterRegistry builtIn;
         builtIn.add<LMFilterInvert>();
         builtIn.add<LMFilterMaxComponent>();
@@ -25,6 +26,8 @@ LMFilterRegistry& LMFilterRegistry::shared()
         builtIn.add<LMFilterVignette>();
         builtIn.add<LMFilterThreshold>();
         builtIn.add<LMFilterPosterize>();
+        builtIn.add<LMFilterCurves>();
+        builtIn.add<LMFilterLut>();
         builtIn.add<LMFilterTransform>();
         builtIn.add<LMFilterCrop>();
         builtIn.add<LMFilterFlip>();
@@ -35,6 +38,7 @@ LMFilterRegistry& LMFilterRegistry::shared()
         builtIn.add<LMFilterMedian>();
         builtIn.add<LMFilterUnsharp>();
         builtIn.add<LMFilterMax2>();
+        builtIn.add<LMFilterBlend>();
         builtIn.add<LMFilterCircle>();
         return builtIn;
     }();

@@ -2,6 +2,7 @@
 
 // Every built-in filter.
 
+#include "lumetra/filters/LMFilterBlend.h"
 #include "lumetra/filters/LMFilterBoxBlur.h"
 #include "lumetra/filters/LMFilterBrightnessContrast.h"
 #include "lumetra/filters/LMFilterCircle.h"
@@ -9,6 +10,7 @@
 #include "lumetra/filters/LMFilterConvertFromSRGB.h"
 #include "lumetra/filters/LMFilterConvertToSRGB.h"
 #include "lumetra/filters/LMFilterCrop.h"
+#include "lumetra/filters/LMFilterCurves.h"
 #include "lumetra/filters/LMFilterExposure.h"
 #include "lumetra/filters/LMFilterFader.h"
 #include "lumetra/filters/LMFilterFlip.h"
@@ -18,6 +20,7 @@
 #include "lumetra/filters/LMFilterHueRotate.h"
 #include "lumetra/filters/LMFilterInvert.h"
 #include "lumetra/filters/LMFilterLevels.h"
+#include "lumetra/filters/LMFilterLut.h"
 #include "lumetra/filters/LMFilterMax2.h"
 #include "lumetra/filters/LMFilterMaxComponent.h"
 #include "lumetra/filters/LMFilterMedian.h"

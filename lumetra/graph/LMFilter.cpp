@@ -641,12 +641,17 @@ void LMFilter::uploadUniforms(LMContext& context, LMProgram& program, LMSize out
             glUniform1f(program.uniformLocation(controlUniformNames_[i]), static_cast<GLfloat>(value));
         }
 
+        // A uniform that samples a table of its own binds it to the units
+        // after the inputs'.
+        auto tableUnit = static_cast<GLint>(inputUniformNames_.size());
         for (size_t i = 0; i < otherUniforms_.size(); ++i) {
             if (!otherUniforms_[i])
                 continue;
             const LMValue value = valueForKey(otherUniforms_[i]->name());
-            otherUniforms_[i]->bindToLocation(program.uniformLocation(otherUniformNames_[i]),
-                                              value.isNone() ? uniformDefaults_[i] : value, owner);
+            otherUniforms_[i]->bindToLocationWithTextureUnit(program.uniformLocation(otherUniformNames_[i]),
+                                                             value.isNone() ? uniformDefaults_[i] : value, owner,
+                                                             tableUnit);
+            tableUnit += otherUniforms_[i]->textureUnitCount();
         }
 
         const LMSize dimensions = workingSizeForContext(context);

@@ -62,6 +62,12 @@ public:
     // declares. Its Setting parameters are keys the filter knows and, through
     // the handle, setters that mark it.
     virtual const LMFilterDeclaration* filterDeclaration() const { return nullptr; }
+    // Why the filter cannot draw as it is set up (a table file that does not
+    // read, points that make no curve), or "" when it can. Such a filter logs
+    // the reason once when drawn and draws what its class says instead; a
+    // program that builds a graph from a user's words (the tool) asks every
+    // filter before drawing and refuses with this message.
+    virtual std::string configurationProblem() const { return ""; }
     // Whether the kernel reads each input only at lm_location (the
     // declaration says so): with the context's fusion on, a run of such
     // filters draws as one pass.

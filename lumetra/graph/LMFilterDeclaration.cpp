@@ -131,6 +131,12 @@ LMFilterDeclaration& LMFilterDeclaration::demo(std::string chain)
     return *this;
 }
 
+LMFilterDeclaration& LMFilterDeclaration::demoFile(std::string name, std::string contents)
+{
+    demoFiles_.emplace_back(std::move(name), std::move(contents));
+    return *this;
+}
+
 LMFilterDeclaration& LMFilterDeclaration::perPixel()
 {
     perPixel_ = true;

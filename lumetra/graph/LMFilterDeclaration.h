@@ -61,6 +61,9 @@ public:
     // The chain the demo sheet shows for the filter, in the tool's syntax
     // ("gaussian-blur sigma=4"); by default the tool name alone.
     LMFilterDeclaration& demo(std::string chain);
+    // A file the demo chain names (file=NAME), with its contents: the demo
+    // sheet writes it to a folder of its own for the chain to read.
+    LMFilterDeclaration& demoFile(std::string name, std::string contents);
     // The kernel reads each input only at lm_location, so that a run of such
     // filters may be drawn as one pass (see LMContext::setFusionEnabled).
     LMFilterDeclaration& perPixel();
@@ -71,6 +74,7 @@ public:
     const std::string& group() const { return group_; }
     const std::string& summary() const { return summary_; }
     const std::string& demoChain() const { return demo_.empty() ? toolName_ : demo_; }
+    const std::vector<std::pair<std::string, std::string>>& demoFiles() const { return demoFiles_; }
     const std::vector<LMParameter>& parameters() const { return parameters_; }
     const LMParameter* parameterNamed(std::string_view name) const;
     bool isPerPixel() const { return perPixel_; }
@@ -87,6 +91,7 @@ private:
     std::string group_;
     std::string summary_;
     std::string demo_;
+    std::vector<std::pair<std::string, std::string>> demoFiles_;
     std::vector<LMParameter> parameters_;
     bool perPixel_ = false;
     bool contextDimensions_ = false;

@@ -58,6 +58,16 @@ std::string uniformType(const LMUniform& uniform)
     return type;
 }
 
+// "uniform vec4 lm_matrix[3]; " → "[3]"; "" for a uniform that is no array.
+std::string arraySuffix(const LMUniform& uniform)
+{
+    const std::string declaration = uniform.uniformString();
+    const size_t open = declaration.find('['), close = declaration.find(']');
+    return open != std::string::npos && close != std::string::npos && open < close
+               ? declaration.substr(open, close - open + 1)
+               : "";
+}
+
 std::string join(const std::vector<std::string>& names)
 {
     std::string joined;
@@ -164,7 +174,7 @@ std::string emittedKernel(LMFilter& filter, const std::string& prefix, const std
     for (const auto& uniform : filter.storedOtherUniforms()) {
         if (!uniform || uniformType(*uniform).find("sampler") != std::string::npos)
             continue;
-        text += uniformType(*uniform) + " " + prefix + uniform->name() + ";\n";
+        text += uniformType(*uniform) + " " + prefix + uniform->name() + arraySuffix(*uniform) + ";\n";
     }
     text +=
         "#define main " + prefix + "main\n#define lm_output " + prefix + "output\n#define texture lm_fusedTexture\n";
@@ -208,7 +218,8 @@ std::string fusedSource(const std::vector<Member>& members, const std::vector<Ke
             text += "uniform float " + stage + name + ";\n";
         for (const auto& uniform : filter.storedOtherUniforms())
             if (uniform)
-                text += "uniform " + uniformType(*uniform) + " " + stage + uniform->name() + ";\n";
+                text +=
+                    "uniform " + uniformType(*uniform) + " " + stage + uniform->name() + arraySuffix(*uniform) + ";\n";
     }
     for (size_t k = 0; k < kernels.size(); ++k) {
         if (kernels[k].perMember)

@@ -15,6 +15,12 @@ std::string LMUniform::uniformString() const
 void LMUniform::bindToLocation(GLint, const LMValue&, const std::shared_ptr<LMContext>&)
 {}
 
+void LMUniform::bindToLocationWithTextureUnit(GLint location, const LMValue& value,
+                                              const std::shared_ptr<LMContext>& context, GLint)
+{
+    bindToLocation(location, value, context);
+}
+
 std::vector<float> LMUniform::componentsOf(const LMValue& value, size_t count, const char* className) const
 {
     std::vector<float> components(count, 0.0f);

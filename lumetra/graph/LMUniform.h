@@ -36,6 +36,14 @@ public:
     // current and the program in use. A missing or short list uploads zeros;
     // a value of another kind is treated as missing and reported once.
     virtual void bindToLocation(GLint location, const LMValue& value, const std::shared_ptr<LMContext>& context);
+    // How many texture units the uniform binds (a table it samples); none by default.
+    virtual GLint textureUnitCount() const { return 0; }
+    // What the filter calls: as bindToLocation, with the first of the
+    // textureUnitCount() units the uniform may bind. A filter gives these out
+    // after its inputs' units, so they never meet an input's. The base
+    // calls bindToLocation.
+    virtual void bindToLocationWithTextureUnit(GLint location, const LMValue& value,
+                                               const std::shared_ptr<LMContext>& context, GLint firstTextureUnit);
 
 protected:
     // The first `count` entries of the value as floats, or zeros when the

@@ -180,3 +180,36 @@ TEST_F(Fusion, RunsAtAWorkingSizeOfTheirOwn)
     EXPECT_TRUE(samePixels(fused, drawnPixels(fader, context), 0));
     EXPECT_EQ(fused.width, 10);
 }
+
+// A uniform array (a host's palette) is carried into the run whole.
+TEST_F(Fusion, UniformArraysKeepTheirLength)
+{
+    class Palette : public LMUniform {
+    public:
+        std::string uniformString() const override { return "uniform vec3 lm_" + name() + "[2]; "; }
+        void bindToLocation(GLint location, const LMValue&, const std::shared_ptr<LMContext>&) override
+        {
+            const GLfloat colours[6] = {0.2f, 0.4f, 0.6f, 0.9f, 0.1f, 0.3f};
+            glUniform3fv(location, 2, colours);
+        }
+    };
+    class Mixer : public LMFilterClass<Mixer, LMFilterSingleInput> {
+    public:
+        std::string kernelSource() const override
+        {
+            return "void main() { lm_output = mix(lm_palette[0], lm_palette[1], texture(lm_input, lm_location).r); }";
+        }
+        std::vector<std::shared_ptr<LMUniform>> otherUniforms() const override
+        {
+            auto palette = std::make_shared<Palette>();
+            palette->setName("palette");
+            return {palette};
+        }
+        bool isPerPixel() const override { return true; }
+    };
+    LogCapture log;
+    auto mixed = LMFilterInvert::filterWithInput(Mixer::filterWithInput(photo));
+    EXPECT_TRUE(within2(drawn(mixed, true), drawn(mixed, false)));
+    for (const std::string& line : log.lines())
+        EXPECT_EQ(line.find("fused run"), std::string::npos) << line;
+}

@@ -207,6 +207,7 @@ TEST_F(CliTest, BadInputEndsWithOneMessageAndNoOutput)
 {
     std::ofstream(path("broken.glsl")) << "void main() {\n    lm_output = undefinedThing;\n}\n";
     std::ofstream(path("notapicture.png")) << "hello";
+    std::ofstream(path("damaged.cube")) << "LUT_3D_SIZE 2\n0 0 0\n1 0 0\n0 1,0 0\n";
     // Two gigabytes and a byte behind a PNG signature, stored sparsely.
     std::ofstream(path("huge.png"), std::ios::binary) << "\x89PNG\r\n\x1a\n";
     fs::resize_file(path("huge.png"), (std::uintmax_t(1) << 31) + 1);
@@ -246,6 +247,8 @@ TEST_F(CliTest, BadInputEndsWithOneMessageAndNoOutput)
          "yes 'lm_output = vec3(0.0);'"},
         {"huge.png -o out.png -- invert", 1, "Cannot read huge.png: it holds more than 2 GiB"},
         {"in.png -o out.png -- max2 with=huge.png", 1, "Cannot read huge.png: it holds more than 2 GiB"},
+        {"in.png -o out.png -- lut file=damaged.cube", 1, "damaged.cube:4: \"1,0\" is not a number"},
+        {"in.png -o out.png -- curves points=0,0,0.6,1,0.4,1", 1, "curves: points=: point 3 has x not above"},
     };
     for (const Case& test : cases) {
         SCOPED_TRACE(test.arguments.substr(0, 80));
