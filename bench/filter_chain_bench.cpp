@@ -55,7 +55,7 @@ void BM_PlainGLChain(benchmark::State& state)
 {
     const int length = static_cast<int>(state.range(0));
     auto context = quietContext({static_cast<double>(state.range(1)), static_cast<double>(state.range(2))});
-    PlainGLChain chain(*context, length, kernel);
+    PlainGLChain chain(*context, std::vector<PlainGLKernel>(size_t(length), {kernel, {}}));
     chain.drawAndFinish();
     for (auto _ : state)
         chain.drawAndFinish();
