@@ -9,36 +9,28 @@
 #include "lumetra/interop/LMOpenGLTextureAdapter.h"
 #include "lumetra/platform/LMLog.h"
 
+#include <limits>
+#include <type_traits>
+
 namespace {
 
 // What drawing onto a transparent canvas gives: colour times alpha. Render
 // targets keep no alpha, so transparent parts of a picture come out black
 // rather than in whatever colour their invisible pixels happen to hold.
-void multiplyByAlpha(LMBitmap& bitmap)
+// For 8- and 16-bit bitmaps alike.
+template <class Bitmap>
+void multiplyByAlpha(Bitmap& bitmap)
 {
+    using Sample = std::remove_pointer_t<decltype(bitmap.rowAt(0))>;
+    constexpr uint32_t opaque = std::numeric_limits<Sample>::max();
     for (int32_t y = 0; y < bitmap.pixelsHigh(); ++y) {
-        uint8_t* pixel = bitmap.rowAt(y);
-        for (int32_t x = 0; x < bitmap.pixelsWide(); ++x, pixel += 4) {
-            const unsigned alpha = pixel[3];
-            if (alpha == 255)
-                continue;
-            for (int sample = 0; sample < 3; ++sample)
-                pixel[sample] = static_cast<uint8_t>((pixel[sample] * alpha + 127) / 255);
-        }
-    }
-}
-
-// The same at 16 bits a sample.
-void multiplyByAlpha(LMBitmap16& bitmap)
-{
-    for (int32_t y = 0; y < bitmap.pixelsHigh(); ++y) {
-        uint16_t* pixel = bitmap.rowAt(y);
+        Sample* pixel = bitmap.rowAt(y);
         for (int32_t x = 0; x < bitmap.pixelsWide(); ++x, pixel += 4) {
             const uint32_t alpha = pixel[3];
-            if (alpha == 65535)
+            if (alpha == opaque)
                 continue;
             for (int sample = 0; sample < 3; ++sample)
-                pixel[sample] = static_cast<uint16_t>((pixel[sample] * alpha + 32767) / 65535);
+                pixel[sample] = static_cast<Sample>((pixel[sample] * alpha + opaque / 2) / opaque);
         }
     }
 }
