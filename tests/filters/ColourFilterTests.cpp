@@ -92,7 +92,7 @@ protected:
     void SetUp() override { context->setCachingEnabled(true); }
 
     // The filter of that name in the registry, over the picture, with the values given.
-    LMFilterRef<LMFilter> made(const std::string& name, std::initializer_list<std::pair<const char*, LMValue>> values)
+    LMFilterRef<LMFilter> made(const std::string& name, const std::vector<std::pair<const char*, LMValue>>& values)
     {
         LMFilterRef<LMFilter> filter = LMFilterRegistry::shared().find(name)->make();
         filter->setValueForKey(input, "input");
@@ -197,7 +197,8 @@ TEST_F(ColourFilters, DefaultsLeaveThePictureAsItIs)
 TEST_F(ColourFilters, RunsOfAdjustmentsDrawTheSameFused)
 {
     LogCapture log;
-    const std::pair<const char*, std::initializer_list<std::pair<const char*, LMValue>>> chain[] = {
+    // Vectors, not initializer lists: a list's values would not outlive the line that makes the pair.
+    const std::pair<const char*, std::vector<std::pair<const char*, LMValue>>> chain[] = {
         {"brightness-contrast", {{"brightness", 0.05}, {"contrast", 1.2}}},
         {"exposure", {{"stops", 0.3}}},
         {"gamma", {{"gamma", 1.4}}},
