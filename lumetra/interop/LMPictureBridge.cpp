@@ -63,42 +63,40 @@ std::shared_ptr<LMBitmap> LMPicture::uprightBitmapForUpload() const
 
 namespace {
 
-// Uploads the bitmap into the bound rectangle texture: a new texture of its
-// size (GL_RGBA8) or, with `replace`, over the texture's lower-left corner.
-// On the GL queue; false when GL reports an error.
-bool uploadBitmap(const LMBitmap& upright, bool replace)
+// Uploads the pixels into the bound rectangle texture: a new texture of
+// their size in `internalFormat` or, with `replace`, over the texture's
+// lower-left corner. Rows are `rowLength` pixels apart. On the GL queue;
+// false when GL reports an error.
+bool uploadPixels(const void* pixels, GLsizei width, GLsizei height, GLint rowLength, GLenum type, GLint internalFormat,
+                  bool replace)
 {
     // A host block may have left skips, swapping or an unpack buffer
     // that would read outside the bitmap.
     LMOpenGL::setUploadState();
-    // Rows are padded: GL must step by the bitmap's true row length.
-    glPixelStorei(GL_UNPACK_ROW_LENGTH, upright.bytesPerRow() * 8 / upright.bitsPerPixel());
+    glPixelStorei(GL_UNPACK_ROW_LENGTH, rowLength);
     glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
     if (replace)
-        glTexSubImage2D(GL_TEXTURE_RECTANGLE, 0, 0, 0, upright.pixelsWide(), upright.pixelsHigh(), GL_RGBA,
-                        GL_UNSIGNED_BYTE, upright.bitmapData());
+        glTexSubImage2D(GL_TEXTURE_RECTANGLE, 0, 0, 0, width, height, GL_RGBA, type, pixels);
     else
-        glTexImage2D(GL_TEXTURE_RECTANGLE, 0, GL_RGBA8, upright.pixelsWide(), upright.pixelsHigh(), 0, GL_RGBA,
-                     GL_UNSIGNED_BYTE, upright.bitmapData());
+        glTexImage2D(GL_TEXTURE_RECTANGLE, 0, internalFormat, width, height, 0, GL_RGBA, type, pixels);
     // Back to GL's defaults, for whoever uploads next in this context.
     glPixelStorei(GL_UNPACK_ROW_LENGTH, 0);
     glPixelStorei(GL_UNPACK_ALIGNMENT, 4);
     return LMOpenGL::takeErrors() == GL_NO_ERROR;
 }
 
-// The same for 16-bit pixels: a new GL_RGBA16 texture, or over the bound one.
+// 8 bits a sample, GL_RGBA8. Rows are padded: GL steps by the true row length.
+bool uploadBitmap(const LMBitmap& upright, bool replace)
+{
+    return uploadPixels(upright.bitmapData(), upright.pixelsWide(), upright.pixelsHigh(),
+                        upright.bytesPerRow() * 8 / upright.bitsPerPixel(), GL_UNSIGNED_BYTE, GL_RGBA8, replace);
+}
+
+// 16 bits a sample, GL_RGBA16; rows are packed.
 bool uploadBitmap(const LMBitmap16& upright, bool replace)
 {
-    LMOpenGL::setUploadState();
-    glPixelStorei(GL_UNPACK_ALIGNMENT, 2);
-    if (replace)
-        glTexSubImage2D(GL_TEXTURE_RECTANGLE, 0, 0, 0, upright.pixelsWide(), upright.pixelsHigh(), GL_RGBA,
-                        GL_UNSIGNED_SHORT, upright.bitmapData());
-    else
-        glTexImage2D(GL_TEXTURE_RECTANGLE, 0, GL_RGBA16, upright.pixelsWide(), upright.pixelsHigh(), 0, GL_RGBA,
-                     GL_UNSIGNED_SHORT, upright.bitmapData());
-    glPixelStorei(GL_UNPACK_ALIGNMENT, 4);
-    return LMOpenGL::takeErrors() == GL_NO_ERROR;
+    return uploadPixels(upright.bitmapData(), upright.pixelsWide(), upright.pixelsHigh(), 0, GL_UNSIGNED_SHORT,
+                        GL_RGBA16, replace);
 }
 
 // A new texture, or the bound one replaced, from whichever bitmap there is;
