@@ -89,6 +89,23 @@ std::shared_ptr<LMImage> ChainBuilder::fitted(const std::shared_ptr<LMImage>& im
     return drawn;
 }
 
+std::shared_ptr<LMDrawable> ChainBuilder::namedInput(const std::string& name, LMSize size)
+{
+    auto provided = providedInputs_.find(name);
+    if (provided == providedInputs_.end())
+        return pictureImage(name, size);
+    const auto& [node, ownSize] = provided->second;
+    if (ownSize == size)
+        return node;
+    const auto key = std::tuple(name, size.width, size.height);
+    if (auto found = fittedPictures_.find(key); found != fittedPictures_.end())
+        return found->second;
+    std::shared_ptr<LMImage> drawn = node->drawWithContext(context_);
+    if (!drawn || !drawn->target())
+        throw CliError("cannot draw the input " + name);
+    return fittedPictures_[key] = fitted(drawn, size);
+}
+
 LMPoint ChainBuilder::libraryPoint(double x, double y, LMSize contextSize)
 {
     return {x, contextSize.height - y};
@@ -163,7 +180,7 @@ LMFilterRef<LMFilter> ChainBuilder::buildKernel(const CheckedFilter& checked,
     filter->configure(readKernelFile(path), checked.kernelInputs, checked.kernelControls);
     for (size_t i = 0; i < checked.kernelInputs.size(); ++i) {
         const std::string& name = checked.kernelInputs[i];
-        std::shared_ptr<LMDrawable> input = i == 0 ? previous : pictureImage(checked.files.at(name), size);
+        std::shared_ptr<LMDrawable> input = i == 0 ? previous : namedInput(checked.files.at(name), size);
         filter->setValueForKey(LMValue(std::move(input)), name);
     }
     for (const std::string& name : checked.kernelControls)
@@ -199,7 +216,7 @@ LMFilterRef<LMFilter> ChainBuilder::buildDeclared(const CheckedFilter& checked,
         if (std::exchange(chainInput, false))
             filter->setValueForKey(previous, parameter.name);
         else
-            filter->setValueForKey(pictureImage(checked.files.at(parameter.name), size), parameter.name);
+            filter->setValueForKey(namedInput(checked.files.at(parameter.name), size), parameter.name);
     }
     for (const auto& [parameter, value] : checked.values) {
         if (parameter->type == LMParameter::Type::Point) {
@@ -218,7 +235,7 @@ LMFilterRef<LMFilter> ChainBuilder::buildDeclared(const CheckedFilter& checked,
 }
 
 std::shared_ptr<LMDrawable> ChainBuilder::build(const std::vector<CheckedFilter>& chain,
-                                                std::shared_ptr<LMDrawable> source, LMSize size)
+                                                std::shared_ptr<LMDrawable> source, LMSize size, LMSize* finalSize)
 {
     std::shared_ptr<LMDrawable> previous = std::move(source);
     for (const CheckedFilter& checked : chain) {
@@ -250,5 +267,7 @@ std::shared_ptr<LMDrawable> ChainBuilder::build(const std::vector<CheckedFilter>
         }
         previous = filter;
     }
+    if (finalSize)
+        *finalSize = size;
     return previous;
 }

@@ -21,9 +21,9 @@ public:
     // The chain on `source`, an image of `size`. A filter that changes the
     // size (resize, crop, rot) changes it for every filter after it: each of
     // those works at the new size. Throws a CliError naming the file or
-    // kernel at fault.
+    // kernel at fault. `finalSize`, when given, receives the size of what the chain makes.
     std::shared_ptr<LMDrawable> build(const std::vector<CheckedFilter>& chain, std::shared_ptr<LMDrawable> source,
-                                      LMSize size);
+                                      LMSize size, LMSize* finalSize = nullptr);
 
     // A picture file brought into the context at its own size, then fitted
     // to `size` as fitted() does; the same path is read once per builder,
@@ -35,8 +35,15 @@ public:
     // of that size already comes back as it is. Throws a CliError when it
     // cannot be drawn.
     std::shared_ptr<LMImage> fitted(const std::shared_ptr<LMImage>& image, LMSize size);
-    // Makes `name` stand for an image the host made, wherever the chain names a picture.
-    void providePicture(const std::string& name, std::shared_ptr<LMImage> image) { pictures_[name] = std::move(image); }
+    // Makes `name` stand for a node the host made, of `size`, wherever the
+    // chain names a picture: used as it is where the filter works at that
+    // size, drawn and fitted as a picture file would be where it does not.
+    void provideInput(const std::string& name, std::shared_ptr<LMDrawable> node, LMSize size)
+    {
+        providedInputs_[name] = {std::move(node), size};
+    }
+    // Makes a kernel file named `name` read as `source`, without a file.
+    void provideKernel(const std::string& name, std::string source) { kernels_[name] = std::move(source); }
     // Makes a file parameter written as `name` read the file at `path` instead.
     void provideFile(const std::string& name, std::string path) { files_[name] = std::move(path); }
 
@@ -70,11 +77,14 @@ private:
     LMFilterRef<LMFilter> buildKernel(const CheckedFilter& checked, const std::shared_ptr<LMDrawable>& previous,
                                       LMSize size);
     std::string readKernelFile(const std::string& path);
+    // What a named picture input takes: a provided node, or the picture file fitted to `size`.
+    std::shared_ptr<LMDrawable> namedInput(const std::string& name, LMSize size);
 
     std::shared_ptr<LMContext> context_;
     LMContentScaleMode fit_;
     LogRecorder& log_;
     std::map<std::string, std::shared_ptr<LMImage>> pictures_;
+    std::map<std::string, std::pair<std::shared_ptr<LMDrawable>, LMSize>> providedInputs_;
     std::map<std::tuple<std::string, double, double>, std::shared_ptr<LMImage>> fittedPictures_;
     std::map<std::string, std::string> kernels_;
     std::map<std::string, std::string> files_;

@@ -170,7 +170,7 @@ int demoCommand(const CommandLine& line, LogRecorder& log)
     const auto& tiles = demoTiles();
     for (int index = 0; index < int(tiles.size()); ++index) {
         ChainBuilder builder(context, LMContentScaleModeFill, log);
-        builder.providePicture("stripes", stripes);
+        builder.provideInput("stripes", stripes, stripes->dimensions());
         for (const auto& [name, path] : demoFiles)
             builder.provideFile(name, path);
         const std::string& label = tiles[index].label;

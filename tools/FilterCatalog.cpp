@@ -31,7 +31,8 @@ std::string kernelHelpText()
            "  controls=(none)  control names; each takes NAME=NUMBER (default 0)\n";
 }
 
-// The declared parameters the tool writes, the chain's own input left out.
+} // namespace
+
 std::vector<const LMParameter*> toolParameters(const LMFilterDeclaration& declaration)
 {
     std::vector<const LMParameter*> parameters;
@@ -44,6 +45,8 @@ std::vector<const LMParameter*> toolParameters(const LMFilterDeclaration& declar
     }
     return parameters;
 }
+
+namespace {
 
 std::string declarationHelpText(const LMFilterDeclaration& declaration)
 {

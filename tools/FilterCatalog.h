@@ -38,6 +38,9 @@ struct CheckedFilter {
     std::vector<std::string> kernelControls; // each a float uniform
 };
 
+// The declared parameters the tool writes, in order, the chain's own input left out.
+std::vector<const LMParameter*> toolParameters(const LMFilterDeclaration& declaration);
+
 // "" for a name the tool does not know.
 std::string filterHelpText(std::string_view name);
 std::string filterListText();

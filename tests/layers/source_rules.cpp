@@ -7,7 +7,7 @@
 // A folder includes its own headers and those of folders below it; the four
 // top folders do not include one another. The umbrella headers at the root
 // include anything; LumetraVersion includes nothing of the library. Programs
-// built on the library as a host would be (tools/, examples/, bench/) include
+// built on the library as a host would be (tools/, examples/, bench/, python/) include
 // only installed headers, never the engine's own.
 //
 // Thread rules. Every class or struct defined at namespace scope in an
@@ -170,7 +170,7 @@ int checkLayers(const fs::path& root, const std::set<std::string>& internal)
         }
     }
 
-    for (const char* host : {"tools", "examples", "bench"}) {
+    for (const char* host : {"tools", "examples", "bench", "python"}) {
         if (!fs::exists(root / host))
             continue;
         for (const auto& entry : fs::recursive_directory_iterator(root / host)) {
