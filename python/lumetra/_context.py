@@ -85,6 +85,10 @@ class Context:
         dtype, channels = output_format(_with_source(node, source), dtype, channels)
         return drawn.to_array(dtype, channels)
 
+    def draw(self, node, *, dtype=None, channels=None):
+        """Draws a graph that has no open input (its sources are pictures) into an array."""
+        return self.run(node, None, dtype=dtype, channels=channels)
+
     def write(self, node, path, source=None, *, format=None, quality=90, lossless=False, depth=None):
         """Draws ``node`` (with ``source`` as its open input) into a picture file.
 

@@ -130,6 +130,7 @@ PYBIND11_MODULE(_lumetra, module)
 
     module.def("filters", &filterDescriptions, "Every built-in filter: name, group, summary, parameters, help.");
     module.def("filter_list_text", &filterListText);
+    module.def("draws_completed", &drawsCompleted, "How many draws have finished in this process.");
     module.def(
         "check",
         [](const std::string& name, const std::vector<std::pair<std::string, std::string>>& parameters) {

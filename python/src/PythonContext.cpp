@@ -6,6 +6,17 @@
 
 #include <lumetra/lumetra.h>
 
+#include <atomic>
+
+namespace {
+std::atomic<long> completedDraws{0};
+} // namespace
+
+long drawsCompleted()
+{
+    return completedDraws.load();
+}
+
 LogRecorder& moduleLog()
 {
     // Never destroyed: the library may log while Python tears the module down.
@@ -134,8 +145,11 @@ void PythonContext::feed(const BuiltNode& openInput, const BuiltNode& source)
     auto passthrough = std::dynamic_pointer_cast<LMPassthrough>(openInput.drawable);
     if (passthrough->input() != source.drawable) {
         passthrough->setInput(source.drawable);
-        // Whatever was drawn from the last source is stale.
+        // Whatever was drawn from the last source is stale: the mark reaches
+        // the nodes it feeds when the draw asks the graph, and is taken off
+        // once they have drawn (a picture never clears it by itself).
         passthrough->setNeedsRedraw(true);
+        fedInputs_.push_back(passthrough);
     }
 }
 
@@ -162,7 +176,13 @@ std::shared_ptr<LMPicture> PythonContext::draw(const BuiltNode& node, int bitsPe
     std::lock_guard lock(mutex_);
     auto context = checkedContext();
     moduleLog().takeLines();
+    // With caching, whoever pulls a graph brings its marks up to date first.
+    if (auto* caching = dynamic_cast<LMDrawableCaching*>(node.drawable.get()); caching && context->cachingEnabled())
+        caching->updateNeedsRedraw();
     auto image = node.drawable->drawWithContext(context);
+    if (image)
+        for (const auto& fed : std::exchange(fedInputs_, {}))
+            fed->setNeedsRedraw(false);
     auto picture = image ? LMPicture::imageWithLMImage(image, bitsPerSample) : nullptr;
     if (!picture) {
         std::string reason;
@@ -170,5 +190,6 @@ std::shared_ptr<LMPicture> PythonContext::draw(const BuiltNode& node, int bitsPe
             reason += "\n  " + line;
         throw CliError("the graph could not be drawn" + (reason.empty() ? std::string() : ":" + reason));
     }
+    ++completedDraws;
     return picture;
 }

@@ -66,7 +66,13 @@ private:
     std::mutex mutex_;
     std::shared_ptr<LMContext> context_;
     std::unique_ptr<ChainBuilder> builder_;
+    // Open inputs given a new source since the last draw: marked until it.
+    std::vector<std::shared_ptr<LMPassthrough>> fedInputs_;
 };
+
+// How many draws have finished in this process, counted before each returns
+// to Python: what shows that a draw goes on while another thread holds the GIL.
+long drawsCompleted();
 
 // The log the library writes to while the module is loaded.
 LogRecorder& moduleLog();
