@@ -9,7 +9,7 @@ from conftest import picture
 
 
 def test_a_draw_finishes_while_another_thread_holds_the_gil():
-    graph = lumetra.filter("gaussian-blur", lumetra.image(picture(height=400, width=600)), sigma=12)
+    graph = lumetra.filter("gaussian-blur", lumetra.image(picture(height=800, width=1200)), sigma=12)
     with lumetra.Context(caching=False) as context:
         context.draw(graph)  # built and compiled; the next draw is one native call
         started, finished = threading.Event(), []
@@ -21,6 +21,8 @@ def test_a_draw_finishes_while_another_thread_holds_the_gil():
             before = lumetra._lumetra.draws_completed()
             drawer.start()
             started.wait()
+            # This thread runs again only once the drawer gives the GIL up: in its draw.
+            drawing_meanwhile = lumetra._lumetra.draws_completed() == before
             deadline = time.monotonic() + 50
             while lumetra._lumetra.draws_completed() == before and time.monotonic() < deadline:
                 pass
@@ -30,4 +32,4 @@ def test_a_draw_finishes_while_another_thread_holds_the_gil():
         finally:
             sys.setswitchinterval(interval)
         drawer.join()
-    assert drawn_meanwhile and not returned_meanwhile
+    assert drawing_meanwhile and drawn_meanwhile and not returned_meanwhile
