@@ -81,6 +81,8 @@ class Context:
         luma) default to the source's own; with no source the graph must have
         none open."""
         node = as_node(node) if node is not None else None
+        # Once: an array becomes a picture here, not at each look at it.
+        source = as_node(source) if source is not None else None
         drawn, _ = self._draw(node, source, _bits_for(node, source, dtype))
         dtype, channels = output_format(_with_source(node, source), dtype, channels)
         return drawn.to_array(dtype, channels)
@@ -95,6 +97,7 @@ class Context:
         The format follows the name's extension unless ``format`` (png, jpeg,
         tiff, webp) says; ``depth`` 8 or 16 defaults to the source's own. What
         a picture file source carried (grey, profile, metadata) is kept."""
+        source = as_node(source) if source is not None else None
         source_node = _with_source(node, source).source()
         if depth is None:
             depth = 16 if source_node.dtype in ("uint16", "float32") else 8

@@ -166,6 +166,9 @@ py::array arrayFromPicture(const LMPicture& picture, const std::string& dtype, i
         return deep ? arrayOf<Sample, uint16_t>(constRowOf16, deep, width, height, channels, convert)
                     : arrayOf<Sample, uint8_t>(constRowOf8, bytes, width, height, channels, convert);
     };
+    // Samples at the depth they are held: copied as they are (the common case, and the one to keep fast).
+    if (channels == 3 && dtype == (deep ? "uint16" : "uint8"))
+        return deep ? rows([](uint16_t v) { return v; }, uint16_t()) : rows([](uint8_t v) { return v; }, uint8_t());
     if (dtype == "uint8")
         return rows([full](double v) { return uint8_t(std::lround(v * 255.0 / full)); }, uint8_t());
     if (dtype == "uint16")
