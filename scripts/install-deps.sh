@@ -13,6 +13,8 @@ packages=(
   # bench/picture-io.sh: the measurements docs/design.md reports
   libvips-tools imagemagick hyperfine time
   libgtest-dev libbenchmark-dev
+  # the Python module, its tests and its Dask example (the system's Python 3 and NumPy)
+  python3-dev pybind11-dev python3-numpy python3-pytest python3-distributed
   xvfb xauth
   # scripts/fuzz.sh: clang, libFuzzer and the sanitizers' run times
   clang libclang-rt-14-dev

@@ -13,7 +13,7 @@ stage() { printf '== %s: %ss\n' "$1" "$SECONDS"; SECONDS=0; }
 
 SECONDS=0
 cmake -S . -B build-asan -DCMAKE_BUILD_TYPE=RelWithDebInfo \
-  -DLUMETRA_SANITIZE=address,undefined -DLUMETRA_BUILD_BENCHMARKS=OFF
+  -DLUMETRA_SANITIZE=address,undefined -DLUMETRA_BUILD_BENCHMARKS=OFF -DLUMETRA_BUILD_PYTHON=OFF
 cmake --build build-asan -j"$jobs"
 stage "address,undefined build"
 ctest --test-dir build-asan --output-on-failure
