@@ -104,3 +104,19 @@ def test_caching_redraws_what_changed(context):
     numpy.testing.assert_array_equal(context.run(graph, first), context.run(lumetra.chain("posterize", levels=4),
                                                                             first))
     assert lumetra._lumetra.draws_completed() == before + 4
+
+
+def test_every_filter_by_its_name(context):
+    """Each filter of the registry, its picture keys given, draws with its defaults."""
+    source = picture(dtype="uint16")
+    for name in lumetra.filter_names():
+        description = lumetra._filters.description(name)
+        values = {}
+        for parameter in description["parameters"]:
+            if parameter["role"] == "input":
+                values[parameter["key"] + ("_" if parameter["key"] == "with" else "")] = picture(seed=4)
+            elif parameter["required"]:
+                break
+        else:
+            result = context.run(lumetra.filter(name, **values), source)
+            assert result.dtype == numpy.uint16 and result.ndim == 3, name
