@@ -72,9 +72,14 @@ def main(arguments=None):
     photos = photos_in(options.photos)
     with lumetra.Context() as context:
         failures = grade_files(context, grade(options.width), photos, options.output)
+    return report(len(photos), failures, options.output)
+
+
+def report(count, failures, output_folder):
+    """Prints what failed and how many were graded; the exit status."""
     for photo, reason in failures:
         print(f"{photo}: {reason}", file=sys.stderr)
-    print(f"{len(photos) - len(failures)} of {len(photos)} photos graded into {options.output}")
+    print(f"{count - len(failures)} of {count} photos graded into {output_folder}")
     return 1 if failures else 0
 
 

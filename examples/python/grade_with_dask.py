@@ -35,21 +35,17 @@ def grade_share(photos, output_folder, width):
     """Runs on a worker: its share of the photos, with the worker's context."""
     context = get_worker().lumetra_context
     failures = grade_folder.grade_files(context, grade_folder.grade(width), map(pathlib.Path, photos), output_folder)
-    return len(photos) - len(failures), [(str(photo), reason) for photo, reason in failures]
+    return [(str(photo), reason) for photo, reason in failures]
 
 
 def grade_across(client, photos, output_folder, width=0):
-    """The photos dealt to the client's workers, one share each; (graded count, failures)."""
+    """The photos dealt to the client's workers, one share each; the failures as (photo, reason)."""
     client.register_worker_plugin(LumetraContext())
     workers = sorted(client.scheduler_info()["workers"])
     shares = [[str(photo) for photo in photos[i::len(workers)]] for i in range(len(workers))]
     futures = [client.submit(grade_share, share, str(output_folder), width, workers=[worker], pure=False)
                for worker, share in zip(workers, shares) if share]
-    graded, failures = 0, []
-    for count, failed in client.gather(futures):
-        graded += count
-        failures += failed
-    return graded, failures
+    return [failure for failed in client.gather(futures) for failure in failed]
 
 
 def main(arguments=None):
@@ -75,15 +71,12 @@ def main(arguments=None):
     try:
         # Workers import this folder's modules.
         client.upload_file(str(pathlib.Path(grade_folder.__file__)))
-        graded, failures = grade_across(client, photos, output, options.width)
+        failures = grade_across(client, photos, output, options.width)
     finally:
         client.close()
         if cluster:
             cluster.close()
-    for photo, reason in failures:
-        print(f"{photo}: {reason}", file=sys.stderr)
-    print(f"{graded} of {len(photos)} photos graded into {output}")
-    return 1 if failures else 0
+    return grade_folder.report(len(photos), failures, output)
 
 
 if __name__ == "__main__":
