@@ -122,6 +122,15 @@ public:
     // The same at 8 or 16 bits a sample: 16 reads the render target's 16
     // bits into a picture with bitmap16.
     static std::shared_ptr<LMPicture> imageWithLMImage(const std::shared_ptr<LMImage>& image, int bitsPerSample);
+    // The image's pixels read back straight into the caller's memory, rows
+    // top down, `bytesPerRow` apart: `channels` 3 (RGB) or 4 (RGBA, alpha
+    // opaque) samples a pixel of 8 or 16 bits (native byte order). What a
+    // host with pixels of its own layout (an array, a video frame) reads
+    // into without a picture in between. False, leaving the memory
+    // unspecified, for a null image, one whose context is gone or has no
+    // target, a layout it cannot be, or a GL error (logged).
+    static bool readPixels(const std::shared_ptr<LMImage>& image, int channels, int bitsPerSample, void* pixels,
+                           size_t bytesPerRow);
 
 private:
     // The rasterised picture upright in GL's bottom-up rows, colour

@@ -9,8 +9,10 @@
 #include "lumetra/interop/LMOpenGLTextureAdapter.h"
 #include "lumetra/platform/LMLog.h"
 
+#include <cstring>
 #include <limits>
 #include <type_traits>
+#include <vector>
 
 namespace {
 
@@ -185,70 +187,78 @@ std::shared_ptr<LMImage> LMPicture::lumetraImageWithContext(const std::shared_pt
     return image;
 }
 
-std::shared_ptr<LMPicture> LMPicture::imageWithLMImage(const std::shared_ptr<LMImage>& image, int bitsPerSample)
+bool LMPicture::readPixels(const std::shared_ptr<LMImage>& image, int channels, int bitsPerSample, void* pixels,
+                           size_t bytesPerRow)
 {
-    if (bitsPerSample != 16)
-        return imageWithLMImage(image);
     std::shared_ptr<LMContext> context = image ? image->context() : nullptr;
-    if (!context || !image->target())
-        return nullptr;
+    if (!context || !image->target() || !pixels || (channels != 3 && channels != 4) ||
+        (bitsPerSample != 8 && bitsPerSample != 16))
+        return false;
     const GLint width = LMFloorToGLint(image->dimensions().width);
     const GLint height = LMFloorToGLint(image->dimensions().height);
-    std::shared_ptr<LMBitmap16> readBack = LMBitmap16::bitmapWithSize(width, height);
-    if (!readBack)
-        return nullptr;
+    const size_t sampleBytes = bitsPerSample / 8;
+    const size_t rowBytes = size_t(width) * size_t(channels) * sampleBytes;
+    if (width < 1 || height < 1 || bytesPerRow < rowBytes || bytesPerRow % sampleBytes)
+        return false;
     bool read = false;
     context->executeOpenGL([&] {
         LMOpenGL::takeErrors();
         glBindFramebuffer(GL_READ_FRAMEBUFFER, image->framebuffer());
+        // A host block may have left skips or a pack buffer that would write
+        // outside the caller's memory.
         LMOpenGL::setReadBackState();
-        glPixelStorei(GL_PACK_ALIGNMENT, 2);
-        glReadPixels(0, 0, width, height, GL_RGBA, GL_UNSIGNED_SHORT, readBack->bitmapData());
+        glPixelStorei(GL_PACK_ALIGNMENT, GLint(sampleBytes));
+        glPixelStorei(GL_PACK_ROW_LENGTH, GLint(bytesPerRow / sampleBytes / size_t(channels)));
+        glReadPixels(0, 0, width, height, channels == 3 ? GL_RGB : GL_RGBA,
+                     bitsPerSample == 16 ? GL_UNSIGNED_SHORT : GL_UNSIGNED_BYTE, pixels);
+        glPixelStorei(GL_PACK_ROW_LENGTH, 0);
         glPixelStorei(GL_PACK_ALIGNMENT, 4);
         if (const GLenum error = LMOpenGL::takeErrors(); error != GL_NO_ERROR)
             LMLog("LMPicture: Error 0x%04X reading back an image of %d by %d pixels", error, width, height);
         else
             read = true;
     });
-    // GL's rows run bottom-up, a picture's top-down.
-    return read ? pictureWithBitmap16(readBack->flipped()) : nullptr;
+    if (!read)
+        return false;
+    // GL's rows run bottom-up, a picture's top-down: turned over in place.
+    // A row that does not divide by the stride's samples is still whole
+    // bytes, so rows are swapped as bytes.
+    std::vector<uint8_t> spare(rowBytes);
+    auto* rows = static_cast<uint8_t*>(pixels);
+    for (GLint top = 0, bottom = height - 1; top < bottom; ++top, --bottom) {
+        uint8_t* upper = rows + size_t(top) * bytesPerRow;
+        uint8_t* lower = rows + size_t(bottom) * bytesPerRow;
+        std::memcpy(spare.data(), upper, rowBytes);
+        std::memcpy(upper, lower, rowBytes);
+        std::memcpy(lower, spare.data(), rowBytes);
+    }
+    return true;
+}
+
+std::shared_ptr<LMPicture> LMPicture::imageWithLMImage(const std::shared_ptr<LMImage>& image, int bitsPerSample)
+{
+    if (bitsPerSample != 16)
+        return imageWithLMImage(image);
+    if (!image || !image->context() || !image->target())
+        return nullptr;
+    std::shared_ptr<LMBitmap16> readBack = LMBitmap16::bitmapWithSize(LMFloorToGLint(image->dimensions().width),
+                                                                      LMFloorToGLint(image->dimensions().height));
+    if (!readBack || !readPixels(image, 4, 16, readBack->bitmapData(), size_t(readBack->bytesPerRow())))
+        return nullptr;
+    return pictureWithBitmap16(std::move(readBack));
 }
 
 std::shared_ptr<LMPicture> LMPicture::imageWithLMImage(const std::shared_ptr<LMImage>& image)
 {
-    std::shared_ptr<LMContext> context = image ? image->context() : nullptr;
-    if (!context || !image->target())
+    if (!image || !image->context() || !image->target())
         return nullptr;
     const GLint width = LMFloorToGLint(image->dimensions().width);
     const GLint height = LMFloorToGLint(image->dimensions().height);
     std::shared_ptr<LMBitmap> readBack = newBIR(width, height);
-    if (!readBack)
-        return nullptr;
-
-    bool read = false;
-    context->executeOpenGL([&] {
-        LMOpenGL::takeErrors();
-        glBindFramebuffer(GL_READ_FRAMEBUFFER, image->framebuffer());
-        // A host block may have left skips or a pack buffer that would write
-        // outside the bitmap.
-        LMOpenGL::setReadBackState();
-        // Rows are padded: GL must step by the bitmap's true row length.
-        glPixelStorei(GL_PACK_ROW_LENGTH, readBack->bytesPerRow() * 8 / readBack->bitsPerPixel());
-        glReadPixels(0, 0, width, height, GL_RGBA, GL_UNSIGNED_BYTE, readBack->bitmapData());
-        glPixelStorei(GL_PACK_ROW_LENGTH, 0);
-        if (const GLenum error = LMOpenGL::takeErrors(); error != GL_NO_ERROR)
-            LMLog("LMPicture: Error 0x%04X reading back an image of %d by %d pixels", error, width, height);
-        else
-            read = true;
-    });
-    if (!read)
-        return nullptr;
-    // GL's rows run bottom-up, a picture's top-down.
-    std::shared_ptr<LMBitmap> upright = flippedBIR(readBack, width, height);
-    if (!upright)
+    if (!readBack || !readPixels(image, 4, 8, readBack->bitmapData(), size_t(readBack->bytesPerRow())))
         return nullptr;
     return std::shared_ptr<LMPicture>(
-        new LMPicture(std::move(upright), {static_cast<double>(width), static_cast<double>(height)}));
+        new LMPicture(std::move(readBack), {static_cast<double>(width), static_cast<double>(height)}));
 }
 
 std::shared_ptr<LMPicture> LMImage::debugQuickLookObject()

@@ -83,9 +83,9 @@ class Context:
         node = as_node(node) if node is not None else None
         # Once: an array becomes a picture here, not at each look at it.
         source = as_node(source) if source is not None else None
-        drawn, _ = self._draw(node, source, _bits_for(node, source, dtype))
         dtype, channels = output_format(_with_source(node, source), dtype, channels)
-        return drawn.to_array(dtype, channels)
+        built, _ = self._prepare(node, source)
+        return self._native.draw_array(built, dtype, channels)
 
     def draw(self, node, *, dtype=None, channels=None):
         """Draws a graph that has no open input (its sources are pictures) into an array."""
@@ -125,6 +125,11 @@ class Context:
 
     def _draw(self, node, source, bits):
         """The node drawn, and the picture its source came from (for its traits)."""
+        built, source_picture = self._prepare(node, source)
+        return self._native.draw(built, bits), source_picture
+
+    def _prepare(self, node, source):
+        """The node built for its size with the source fed in, and the source's picture."""
         if node is None:
             raise ValueError("nothing to draw: give a node")
         open_source = as_node(source) if source is not None else None
@@ -146,9 +151,7 @@ class Context:
                 self._open = self._native.open_input(size)
             uploaded = self._native.fitted(self._native.upload(open_source.picture), size)
             self._native.feed(self._open, uploaded)
-        built = self._build(node, size)
-        picture = self._native.draw(built, bits)
-        return picture, primary.picture
+        return self._build(node, size), primary.picture
 
     def _build(self, node, size):
         built = self._built.get(node)
@@ -186,7 +189,3 @@ def _with_source(node, source):
         return as_node(source)
     return node
 
-
-def _bits_for(node, source, dtype):
-    dtype, _ = output_format(_with_source(node, source), dtype, None)
-    return 8 if dtype == "uint8" else 16

@@ -207,5 +207,30 @@ PYBIND11_MODULE(_lumetra, module)
             py::arg("name"), py::arg("parameters"), py::arg("chain_input").none(true), py::arg("size"),
             py::arg("named_inputs"), py::arg("kernels"))
         .def("draw", &PythonContext::draw, py::arg("node"), py::arg("bits"),
-             py::call_guard<py::gil_scoped_release>());
+             py::call_guard<py::gil_scoped_release>())
+        .def(
+            "draw_array",
+            [](PythonContext& context, const BuiltNode& node, const std::string& dtype, int channels) -> py::object {
+                // Colour at the depth the targets are read at goes straight into the array.
+                if (channels == 3 && (dtype == "uint8" || dtype == "uint16")) {
+                    const long width = long(node.size.width), height = long(node.size.height);
+                    py::array array = dtype == "uint8" ? py::array(py::dtype::of<uint8_t>(), {height, width, 3L})
+                                                       : py::array(py::dtype::of<uint16_t>(), {height, width, 3L});
+                    void* pixels = array.mutable_data();
+                    bool read = false;
+                    {
+                        py::gil_scoped_release release;
+                        read = context.drawInto(node, 3, dtype == "uint8" ? 8 : 16, pixels, width, height);
+                    }
+                    if (read)
+                        return array;
+                }
+                std::shared_ptr<LMPicture> picture;
+                {
+                    py::gil_scoped_release release;
+                    picture = context.draw(node, dtype == "uint8" ? 8 : 16);
+                }
+                return arrayFromPicture(*picture, dtype, channels);
+            },
+            py::arg("node"), py::arg("dtype"), py::arg("channels"));
 }

@@ -171,25 +171,50 @@ BuiltNode PythonContext::build(const std::string& name,
     return {drawable, made};
 }
 
-std::shared_ptr<LMPicture> PythonContext::draw(const BuiltNode& node, int bitsPerSample)
+std::shared_ptr<LMImage> PythonContext::drawnImage(const BuiltNode& node, const std::shared_ptr<LMContext>& context)
 {
-    std::lock_guard lock(mutex_);
-    auto context = checkedContext();
     moduleLog().takeLines();
     // With caching, whoever pulls a graph brings its marks up to date first.
     if (auto* caching = dynamic_cast<LMDrawableCaching*>(node.drawable.get()); caching && context->cachingEnabled())
         caching->updateNeedsRedraw();
     auto image = node.drawable->drawWithContext(context);
-    if (image)
-        for (const auto& fed : std::exchange(fedInputs_, {}))
-            fed->setNeedsRedraw(false);
-    auto picture = image ? LMPicture::imageWithLMImage(image, bitsPerSample) : nullptr;
-    if (!picture) {
-        std::string reason;
-        for (const std::string& line : moduleLog().takeLines())
-            reason += "\n  " + line;
-        throw CliError("the graph could not be drawn" + (reason.empty() ? std::string() : ":" + reason));
-    }
+    if (!image)
+        failedDraw();
+    for (const auto& fed : std::exchange(fedInputs_, {}))
+        fed->setNeedsRedraw(false);
+    return image;
+}
+
+void PythonContext::failedDraw()
+{
+    std::string reason;
+    for (const std::string& line : moduleLog().takeLines())
+        reason += "\n  " + line;
+    throw CliError("the graph could not be drawn" + (reason.empty() ? std::string() : ":" + reason));
+}
+
+std::shared_ptr<LMPicture> PythonContext::draw(const BuiltNode& node, int bitsPerSample)
+{
+    std::lock_guard lock(mutex_);
+    auto context = checkedContext();
+    auto picture = LMPicture::imageWithLMImage(drawnImage(node, context), bitsPerSample);
+    if (!picture)
+        failedDraw();
     ++completedDraws;
     return picture;
+}
+
+bool PythonContext::drawInto(const BuiltNode& node, int channels, int bitsPerSample, void* pixels, long width,
+                             long height)
+{
+    std::lock_guard lock(mutex_);
+    auto context = checkedContext();
+    auto image = drawnImage(node, context);
+    if (long(image->dimensions().width) != width || long(image->dimensions().height) != height)
+        return false;
+    if (!LMPicture::readPixels(image, channels, bitsPerSample, pixels,
+                               size_t(width) * size_t(channels) * size_t(bitsPerSample / 8)))
+        failedDraw();
+    ++completedDraws;
+    return true;
 }

@@ -59,9 +59,16 @@ public:
                     const std::map<std::string, std::string>& kernels);
     // The node drawn and read back at 8 or 16 bits a sample.
     std::shared_ptr<LMPicture> draw(const BuiltNode& node, int bitsPerSample);
+    // The node drawn and read back straight into `pixels`, rows top down,
+    // `channels` samples of `bitsPerSample` each; false when what it drew is
+    // not `width` by `height` pixels.
+    bool drawInto(const BuiltNode& node, int channels, int bitsPerSample, void* pixels, long width, long height);
 
 private:
     std::shared_ptr<LMContext> checkedContext();
+    // Drawn with the marks brought up to date; throws a CliError with the log's lines when nothing could be.
+    std::shared_ptr<LMImage> drawnImage(const BuiltNode& node, const std::shared_ptr<LMContext>& context);
+    [[noreturn]] void failedDraw();
 
     std::mutex mutex_;
     std::shared_ptr<LMContext> context_;
