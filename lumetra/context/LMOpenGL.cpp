@@ -3,6 +3,7 @@
 #include "lumetra/platform/LMLog.h"
 
 #include <algorithm>
+#include <cstring>
 
 void LMOpenGL::bindVertexArray(const std::shared_ptr<LMVertexArray>& array)
 {
@@ -30,6 +31,22 @@ void LMOpenGL::setActiveTexture(GLenum texture)
     glActiveTexture(texture);
 }
 
+namespace {
+
+bool contextHasExtension(const char* name)
+{
+    GLint count = 0;
+    glGetIntegerv(GL_NUM_EXTENSIONS, &count);
+    for (GLint index = 0; index < count; ++index) {
+        const auto* listed = reinterpret_cast<const char*>(glGetStringi(GL_EXTENSIONS, static_cast<GLuint>(index)));
+        if (listed && std::strcmp(listed, name) == 0)
+            return true;
+    }
+    return false;
+}
+
+} // namespace
+
 void LMOpenGL::findSamplerUnits()
 {
     GLint major = 0, minor = 0;
@@ -37,14 +54,17 @@ void LMOpenGL::findSamplerUnits()
     glGetIntegerv(GL_MINOR_VERSION, &minor);
     const int version = major * 10 + minor;
     samplerUnits_ = 0;
-    // Sampler objects came with 3.3, binding many at once with 4.4. Only
-    // the fragment shader's units matter: kernels are fragment shaders.
-    if (version >= 33) {
+    // Sampler objects came with 3.3, binding many at once with 4.4; a 3.2
+    // context (what some drivers give when 3.2 is asked for) may offer
+    // either as an extension, and a host may have bound samplers through
+    // it. Only the fragment shader's units matter: kernels are fragment
+    // shaders.
+    if (version >= 33 || contextHasExtension("GL_ARB_sampler_objects")) {
         GLint units = 0;
         glGetIntegerv(GL_MAX_TEXTURE_IMAGE_UNITS, &units);
         samplerUnits_ = std::clamp(units, 0, 32);
     }
-    multiBind_ = version >= 44;
+    multiBind_ = version >= 44 || (samplerUnits_ > 0 && contextHasExtension("GL_ARB_multi_bind"));
 }
 
 void LMOpenGL::restoreDrawingState()

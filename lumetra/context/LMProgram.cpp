@@ -15,7 +15,9 @@ LMProgram::LMProgram(const std::string& name, GLuint vertexShader, const char* f
 
     const LMShaderBuild program = LMLinkProgram(vertexShader, fragmentShader.object, "lm_output");
     number_ = program.object;
-    linked_ = program.succeeded;
+    // Some drivers link a fragment shader that failed to compile, or that
+    // had no source at all; such a program is never used.
+    linked_ = program.succeeded && fragmentShader.succeeded;
     LMOpenGL::logErrors("LMFilter: Error creating shader program");
     // A shader that compiled can still fail to link (no main, say); a failed
     // compile has said why already.

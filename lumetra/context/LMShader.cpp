@@ -33,6 +33,11 @@ LMShaderBuild LMCompileShader(GLenum type, const char* source)
     glShaderSource(build.object, 1, &text, nullptr);
     glCompileShader(build.object);
     readOutcome(build, GL_COMPILE_STATUS, glGetShaderiv, glGetShaderInfoLog);
+    // An empty translation unit is no shader, whatever a driver answers.
+    if (build.succeeded && !*text) {
+        build.succeeded = false;
+        build.log = "no source";
+    }
     return build;
 }
 

@@ -38,7 +38,9 @@ struct Devices {
 Devices enumerateDevices(const char* clientExtensions)
 {
     Devices devices;
-    if (!hasWord(clientExtensions, "EGL_EXT_device_enumeration"))
+    // EGL_EXT_device_base is enumeration and query under one older name,
+    // which some vendors list instead of the two.
+    if (!hasWord(clientExtensions, "EGL_EXT_device_enumeration") && !hasWord(clientExtensions, "EGL_EXT_device_base"))
         return devices;
     auto queryDevices = reinterpret_cast<PFNEGLQUERYDEVICESEXTPROC>(eglGetProcAddress("eglQueryDevicesEXT"));
     auto queryString = reinterpret_cast<PFNEGLQUERYDEVICESTRINGEXTPROC>(eglGetProcAddress("eglQueryDeviceStringEXT"));
