@@ -5,6 +5,8 @@
 #include "lumetra/platform/LMGL.h"
 #include "lumetra/platform/LMRect.h"
 
+#include <cstddef>
+#include <cstdint>
 #include <memory>
 
 // Stands between the library and the state of one GL context. Only the
@@ -74,6 +76,31 @@ public:
     // Unpacking as GL's defaults have it and no pixel-unpack buffer: what
     // glTexImage2D from a buffer of the library's needs.
     static void setUploadState();
+    // Reads the lower-left `width` by `height` pixels of the bound read
+    // framebuffer (a 16-bit target) into `pixels`, rows bottom up and
+    // `bytesPerRow` apart (any number of bytes at least a row's own, a whole
+    // number of samples), `channels` 3 (RGB) or 4 (RGBA, alpha opaque) samples a pixel,
+    // each 16 bits (native byte order) or 8: the sample's nearest of 255
+    // steps, round(s × 255 / 65535). GL writes the rows itself when its
+    // packing can put them that far apart and, for 8 bits, when the driver
+    // rounds so (readsBytesRounded); otherwise it reads 16 bits a band of
+    // rows at a time into memory of its own, copied or rounded from there.
+    // Sets the read-back state first and leaves packing as GL's defaults
+    // have it. GL errors are left for the caller to take.
+    void readPixels(GLsizei width, GLsizei height, int channels, int bitsPerSample, void* pixels, size_t bytesPerRow);
+    // Whether this context's glReadPixels of a 16-bit target into bytes
+    // gives each sample's nearest step, as GL asks, rather than its high
+    // byte (as some drivers do, a step low for about half the values): asked
+    // of the driver the first time, with samples either side of half steps,
+    // and remembered.
+    bool readsBytesRounded();
+    // Decides it instead of the driver: false reads bytes through 16 bits
+    // from now on, also where the driver rounds (which tests that way on
+    // any driver); true straight from GL, also where it does not (which
+    // measures what that would cost).
+    void setReadsBytesRounded(bool rounded) { readsBytesRounded_ = rounded ? 1 : 0; }
+    // A 16-bit sample's nearest of 255 steps (exact for every sample).
+    static uint8_t nearestByte(GLushort sample) { return uint8_t((sample * 255u + 32895u) >> 16); }
     // The first GL error pending, after reading out all of them, so that the
     // next check sees only its own. GL_NO_ERROR when none.
     static GLenum takeErrors();
@@ -110,4 +137,6 @@ private:
     // context can do it in one call; -1 until asked.
     GLint samplerUnits_ = -1;
     bool multiBind_ = false;
+    // readsBytesRounded's answer; -1 until asked.
+    int readsBytesRounded_ = -1;
 };

@@ -58,6 +58,60 @@ TEST_F(PictureBridge, FloorsAnImagesSizeForItsPicture)
               (LMSize{100, 50}));
 }
 
+// Read-backs of a 16-bit target: at 16 bits its samples, at 8 each
+// sample's nearest step, round(s · 255 / 65535), whichever way the context
+// reads bytes (straight where the driver rounds so, else through 16 bits
+// rounded here), in RGB or RGBA, rows padded by any number of bytes.
+TEST_F(PictureBridge, ReadsBackEachSampleOrItsNearestByteInAnyLayout)
+{
+    constexpr int width = 7, height = 3;
+    auto bitmap = LMBitmap16::bitmapWithSize(width, height);
+    for (int i = 0; i < width * height * 4; ++i) // either side of half steps
+        bitmap->bitmapData()[i] = i % 4 == 3 ? 65535 : uint16_t(257 * (i * 37 % 255) + 128 + i % 2);
+    auto image = LMPicture::pictureWithBitmap16(bitmap)->lumetraImageOfOwnSizeWithContext(context);
+    ASSERT_TRUE(image);
+    // Rows from the top, as read back.
+    const auto expected = [&](int x, int y, int c, int bits) {
+        const uint16_t sample = bitmap->rowAt(y)[x * 4 + c];
+        return bits == 16 ? sample : std::lround(sample * 255.0 / 65535);
+    };
+    for (const char* route : {"as the context reads bytes", "through 16 bits"}) {
+        if (route[0] == 't')
+            context->executeOpenGL([&] { context->gl()->setReadsBytesRounded(false); });
+        for (int bits : {8, 16})
+            for (int channels : {3, 4})
+                for (size_t padding : {0, 2, 4, 6}) {
+                    const size_t bytesPerRow = width * channels * bits / 8 + padding * bits / 16;
+                    std::vector<uint8_t> bytes(bytesPerRow * height);
+                    ASSERT_TRUE(LMPicture::readPixels(image, channels, bits, bytes.data(), bytesPerRow));
+                    int wrong = 0;
+                    for (int y = 0; y < height; ++y)
+                        for (int x = 0; x < width * channels; ++x) {
+                            const uint8_t* at = bytes.data() + y * bytesPerRow + x * bits / 8;
+                            uint16_t read = *at;
+                            if (bits == 16)
+                                std::memcpy(&read, at, 2);
+                            wrong += read != expected(x / channels, y, x % channels, bits);
+                        }
+                    EXPECT_EQ(wrong, 0) << route << ": " << bits << " bits, " << channels << " channels, rows "
+                                        << bytesPerRow << " bytes apart";
+                }
+        const auto picture = LMPicture::imageWithLMImage(image);
+        ASSERT_TRUE(picture);
+        for (int y = 0; y < height; ++y)
+            for (int x = 0; x < width; ++x) {
+                const Pixel pixel = bitmapPixel(*picture->bitmap(), x, y);
+                const LMRGBA one = image->readPixelColorAtX(x, height - 1 - y).value_or(LMRGBA{});
+                const double read[] = {one.red, one.green, one.blue};
+                for (int c = 0; c < 3; ++c) {
+                    EXPECT_EQ(pixel[c], expected(x, y, c, 8)) << route << ": picture at " << x << ", " << y;
+                    EXPECT_EQ(std::lround(read[c] * 255), expected(x, y, c, 8))
+                        << route << ": pixel " << x << ", " << y;
+                }
+            }
+    }
+}
+
 // Wide: a red left quarter, half-transparent orange, then invisible white.
 // Transparency is drawn as colour times alpha, onto a transparent canvas.
 class PictureFitting : public testing::Test {
