@@ -52,6 +52,44 @@ TEST_F(PictureBridge, ReadsEveryPixelBackIntoAPictureOfTheImagesSize)
     }
 }
 
+// The host's own rows in and out, without a picture: 8 and 16 bits, RGB and
+// RGBA, rows padded past their pixels; layouts it cannot be refused.
+TEST_F(PictureBridge, HostRowsGoInAndComeBackAsTheyWere)
+{
+    for (const int bits : {8, 16}) {
+        for (const int channels : {3, 4}) {
+            const size_t sampleBytes = size_t(bits) / 8, stride = 63 * channels * sampleBytes;
+            std::vector<uint8_t> rows(stride * 45, 0xEE);
+            for (int y = 0; y < 45; ++y)
+                for (int x = 0; x < 61; ++x)
+                    for (int c = 0; c < channels; ++c) {
+                        // Host rows run top down; the test's pixels bottom up, as GL's.
+                        const uint8_t byte = c == 3 ? 255 : picture.at(x, 44 - y)[c];
+                        uint8_t* sample = rows.data() + y * stride + (x * channels + c) * sampleBytes;
+                        if (bits == 8)
+                            *sample = byte;
+                        else
+                            *reinterpret_cast<uint16_t*>(sample) = uint16_t(byte * 257);
+                    }
+            auto image = LMPicture::imageWithPixels(context, rows.data(), 61, 45, channels, bits, stride);
+            ASSERT_TRUE(image) << bits << " bits, " << channels << " channels";
+            EXPECT_TRUE(samePixels(pixelsOf(*LMPicture::imageWithLMImage(image)->bitmap()), picture, 0));
+            std::vector<uint8_t> back(rows.size(), 0xEE);
+            ASSERT_TRUE(LMPicture::readPixels(image, channels, bits, back.data(), stride));
+            EXPECT_EQ(back, rows) << bits << " bits, " << channels << " channels";
+        }
+    }
+    std::vector<uint8_t> rows(61 * 45 * 4);
+    EXPECT_FALSE(LMPicture::imageWithPixels(context, rows.data(), 61, 45, 2, 8, 61 * 2));
+    EXPECT_FALSE(LMPicture::imageWithPixels(context, rows.data(), 61, 45, 3, 8, 61 * 3 - 1));
+    EXPECT_FALSE(LMPicture::imageWithPixels(context, rows.data(), 0, 45, 3, 8, 0));
+    auto image = imageOf(context, picture);
+    EXPECT_FALSE(LMPicture::readPixels(image, 3, 12, rows.data(), 61 * 3));
+    EXPECT_FALSE(LMPicture::readPixels(image, 3, 16, rows.data(), 61 * 6 - 2));
+    EXPECT_FALSE(LMPicture::readPixels(image, 3, 8, rows.data(), 61 * 3 + 1));
+    EXPECT_FALSE(LMPicture::readPixels(nullptr, 3, 8, rows.data(), 61 * 3));
+}
+
 TEST_F(PictureBridge, FloorsAnImagesSizeForItsPicture)
 {
     EXPECT_EQ(LMPicture::imageWithLMImage(LMImage::imageWithContext(context, {100.7, 50.2}))->size(),
