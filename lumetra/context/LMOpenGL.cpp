@@ -4,8 +4,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <optional>
-#include <utility>
 #include <vector>
 
 void LMOpenGL::bindVertexArray(const std::shared_ptr<LMVertexArray>& array)
@@ -135,26 +133,6 @@ void LMOpenGL::setUploadState()
     glPixelStorei(GL_UNPACK_ALIGNMENT, 4);
 }
 
-namespace {
-
-// The pack row length and alignment that put GL's rows `bytesPerRow` apart,
-// for pixels of `pixelBytes` bytes in samples of `sampleBytes`; none when
-// no packing can. A row of length L packs into L × pixelBytes bytes,
-// rounded up to the alignment when that is larger than a sample.
-std::optional<std::pair<GLint, GLint>> packingFor(size_t bytesPerRow, size_t pixelBytes, size_t sampleBytes)
-{
-    const size_t length = bytesPerRow / pixelBytes, packed = length * pixelBytes;
-    for (size_t alignment : {1, 2, 4, 8}) {
-        const bool fits = alignment <= sampleBytes ? bytesPerRow == packed
-                                                   : bytesPerRow % alignment == 0 && bytesPerRow - packed < alignment;
-        if (fits)
-            return std::pair{GLint(length), GLint(alignment)};
-    }
-    return std::nullopt;
-}
-
-} // namespace
-
 bool LMOpenGL::readsBytesRounded()
 {
     if (readsBytesRounded_ >= 0)
@@ -201,21 +179,19 @@ bool LMOpenGL::readsBytesRounded()
 void LMOpenGL::readPixels(GLsizei width, GLsizei height, int channels, int bitsPerSample, void* pixels,
                           size_t bytesPerRow)
 {
-    const size_t sampleBytes = bitsPerSample / 8, samplesPerRow = size_t(width) * size_t(channels);
+    const size_t sampleBytes = size_t(bitsPerSample) / 8, samplesPerRow = size_t(width) * size_t(channels);
     const GLenum format = channels == 3 ? GL_RGB : GL_RGBA;
-    const std::optional<std::pair<GLint, GLint>> packing =
-        packingFor(bytesPerRow, size_t(channels) * sampleBytes, sampleBytes);
-    const bool straight = packing && (sampleBytes == 2 || readsBytesRounded());
     setReadBackState();
-    if (straight) {
-        glPixelStorei(GL_PACK_ROW_LENGTH, packing->first);
-        glPixelStorei(GL_PACK_ALIGNMENT, packing->second);
+    if (sampleBytes == 2 || readsBytesRounded()) {
+        glPixelStorei(GL_PACK_ALIGNMENT, GLint(sampleBytes));
+        glPixelStorei(GL_PACK_ROW_LENGTH, GLint(bytesPerRow / sampleBytes / size_t(channels)));
         glReadPixels(0, 0, width, height, format, sampleBytes == 2 ? GL_UNSIGNED_SHORT : GL_UNSIGNED_BYTE, pixels);
         glPixelStorei(GL_PACK_ROW_LENGTH, 0);
         glPixelStorei(GL_PACK_ALIGNMENT, 4);
         return;
     }
-    // Bands of about 2 MiB, packed rows.
+    // Bands of about 2 MiB of packed 16-bit rows, each rounded into the
+    // caller's rows.
     const GLsizei band = GLsizei(std::clamp<size_t>((size_t(1) << 20) / samplesPerRow, 1, size_t(height)));
     std::vector<GLushort> read(samplesPerRow * size_t(band));
     glPixelStorei(GL_PACK_ALIGNMENT, 2);
@@ -225,11 +201,8 @@ void LMOpenGL::readPixels(GLsizei width, GLsizei height, int channels, int bitsP
         for (GLsizei row = 0; row < rows; ++row) {
             const GLushort* from = read.data() + size_t(row) * samplesPerRow;
             auto* to = static_cast<uint8_t*>(pixels) + size_t(y + row) * bytesPerRow;
-            if (sampleBytes == 2)
-                std::memcpy(to, from, samplesPerRow * 2);
-            else
-                for (size_t i = 0; i < samplesPerRow; ++i)
-                    to[i] = nearestByte(from[i]);
+            for (size_t i = 0; i < samplesPerRow; ++i)
+                to[i] = nearestByte(from[i]);
         }
     }
     glPixelStorei(GL_PACK_ALIGNMENT, 4);

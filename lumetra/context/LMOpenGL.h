@@ -78,15 +78,14 @@ public:
     static void setUploadState();
     // Reads the lower-left `width` by `height` pixels of the bound read
     // framebuffer (a 16-bit target) into `pixels`, rows bottom up and
-    // `bytesPerRow` apart (any number of bytes at least a row's own, a whole
-    // number of samples), `channels` 3 (RGB) or 4 (RGBA, alpha opaque) samples a pixel,
-    // each 16 bits (native byte order) or 8: the sample's nearest of 255
-    // steps, round(s × 255 / 65535). GL writes the rows itself when its
-    // packing can put them that far apart and, for 8 bits, when the driver
-    // rounds so (readsBytesRounded); otherwise it reads 16 bits a band of
-    // rows at a time into memory of its own, copied or rounded from there.
-    // Sets the read-back state first and leaves packing as GL's defaults
-    // have it. GL errors are left for the caller to take.
+    // `bytesPerRow` apart (whole pixels, at least a row's own), `channels` 3
+    // (RGB) or 4 (RGBA, alpha opaque) samples a pixel, each 16 bits (native
+    // byte order) or 8: the sample's nearest of 255 steps,
+    // round(s × 255 / 65535). GL writes bytes itself where the driver rounds
+    // so (readsBytesRounded); elsewhere it reads 16 bits a band of rows at a
+    // time into memory of its own, rounded from there. Sets the read-back
+    // state first and leaves packing as GL's defaults have it. GL errors are
+    // left for the caller to take.
     void readPixels(GLsizei width, GLsizei height, int channels, int bitsPerSample, void* pixels, size_t bytesPerRow);
     // Whether this context's glReadPixels of a 16-bit target into bytes
     // gives each sample's nearest step, as GL asks, rather than its high

@@ -123,7 +123,7 @@ public:
     // bits into a picture with bitmap16.
     static std::shared_ptr<LMPicture> imageWithLMImage(const std::shared_ptr<LMImage>& image, int bitsPerSample);
     // The image's pixels read back straight into the caller's memory, rows
-    // top down, `bytesPerRow` apart: `channels` 3 (RGB) or 4 (RGBA, alpha
+    // top down, `bytesPerRow` apart (whole pixels): `channels` 3 (RGB) or 4 (RGBA, alpha
     // opaque) samples a pixel of 8 or 16 bits (native byte order). What a
     // host with pixels of its own layout (an array, a video frame) reads
     // into without a picture in between. False, leaving the memory
@@ -131,6 +131,14 @@ public:
     // target, a layout it cannot be, or a GL error (logged).
     static bool readPixels(const std::shared_ptr<LMImage>& image, int channels, int bitsPerSample, void* pixels,
                            size_t bytesPerRow);
+    // The way in: the host's rows (top down, `bytesPerRow` apart, `channels`
+    // 3 or 4 samples of 8 or 16 bits, colour taken as opaque) uploaded into a
+    // new image of the context at their own size, with one copy to turn the
+    // rows over and no picture in between. Null for a layout it cannot be,
+    // no render target, or a GL error (logged).
+    static std::shared_ptr<LMImage> imageWithPixels(const std::shared_ptr<LMContext>& context, const void* pixels,
+                                                    int32_t width, int32_t height, int channels, int bitsPerSample,
+                                                    size_t bytesPerRow);
 
 private:
     // The rasterised picture upright in GL's bottom-up rows, colour

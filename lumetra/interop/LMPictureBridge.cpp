@@ -11,6 +11,7 @@
 
 #include <cstring>
 #include <limits>
+#include <new>
 #include <type_traits>
 #include <vector>
 
@@ -163,6 +164,46 @@ std::shared_ptr<LMImage> LMPicture::lumetraImageOfOwnSizeWithContext(const std::
     return uploaded ? image : nullptr;
 }
 
+std::shared_ptr<LMImage> LMPicture::imageWithPixels(const std::shared_ptr<LMContext>& context, const void* pixels,
+                                                    int32_t width, int32_t height, int channels, int bitsPerSample,
+                                                    size_t bytesPerRow)
+{
+    const size_t sampleBytes = size_t(bitsPerSample) / 8;
+    const size_t rowBytes = size_t(width) * size_t(channels) * sampleBytes;
+    if (!context || !pixels || width < 1 || height < 1 || (channels != 3 && channels != 4) ||
+        (bitsPerSample != 8 && bitsPerSample != 16) || bytesPerRow < rowBytes)
+        return nullptr;
+    // GL's rows run bottom-up: the rows turned over once, packed, as they are
+    // uploaded. Colour is taken as opaque (a target holds no alpha).
+    std::vector<uint8_t> upright;
+    try {
+        upright.resize(rowBytes * size_t(height));
+    } catch (const std::bad_alloc&) {
+        LMLog("LMPicture: Not enough memory to upload %d by %d pixels", width, height);
+        return nullptr;
+    }
+    const auto* rows = static_cast<const uint8_t*>(pixels);
+    for (int32_t y = 0; y < height; ++y)
+        std::memcpy(upright.data() + size_t(height - 1 - y) * rowBytes, rows + size_t(y) * bytesPerRow, rowBytes);
+    auto image = LMImage::imageWithContext(context, {double(width), double(height)});
+    if (!image->target())
+        return nullptr;
+    bool uploaded = false;
+    context->executeOpenGL([&] {
+        LMOpenGL::takeErrors();
+        glBindTexture(GL_TEXTURE_RECTANGLE, image->texture());
+        LMOpenGL::setUploadState();
+        glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
+        glTexSubImage2D(GL_TEXTURE_RECTANGLE, 0, 0, 0, width, height, channels == 3 ? GL_RGB : GL_RGBA,
+                        bitsPerSample == 16 ? GL_UNSIGNED_SHORT : GL_UNSIGNED_BYTE, upright.data());
+        glPixelStorei(GL_UNPACK_ALIGNMENT, 4);
+        uploaded = LMOpenGL::takeErrors() == GL_NO_ERROR;
+        if (!uploaded)
+            LMLog("LMPicture: Error uploading a picture of %d by %d pixels into an image", width, height);
+    });
+    return uploaded ? image : nullptr;
+}
+
 std::shared_ptr<LMImage> LMPicture::lumetraImageWithContext(const std::shared_ptr<LMContext>& context) const
 {
     return lumetraImageWithContext(context, LMContentScaleModeFill);
@@ -198,7 +239,9 @@ bool LMPicture::readPixels(const std::shared_ptr<LMImage>& image, int channels, 
     const GLint height = LMFloorToGLint(image->dimensions().height);
     const size_t sampleBytes = bitsPerSample / 8;
     const size_t rowBytes = size_t(width) * size_t(channels) * sampleBytes;
-    if (width < 1 || height < 1 || bytesPerRow < rowBytes || bytesPerRow % sampleBytes)
+    // GL steps from row to row by whole pixels.
+    const size_t pixelBytes = size_t(channels) * sampleBytes;
+    if (width < 1 || height < 1 || bytesPerRow < rowBytes || bytesPerRow % pixelBytes)
         return false;
     bool read = false;
     context->executeOpenGL([&] {
@@ -215,8 +258,6 @@ bool LMPicture::readPixels(const std::shared_ptr<LMImage>& image, int channels, 
     if (!read)
         return false;
     // GL's rows run bottom-up, a picture's top-down: turned over in place.
-    // A row that does not divide by the stride's samples is still whole
-    // bytes, so rows are swapped as bytes.
     std::vector<uint8_t> spare(rowBytes);
     auto* rows = static_cast<uint8_t*>(pixels);
     for (GLint top = 0, bottom = height - 1; top < bottom; ++top, --bottom) {

@@ -5,7 +5,7 @@ import sys
 import weakref
 
 from . import _lumetra
-from ._graph import as_node, image, output_format, read
+from ._graph import as_node, output_format, read, source_node
 
 
 class Context:
@@ -81,8 +81,8 @@ class Context:
         luma) default to the source's own; with no source the graph must have
         none open."""
         node = as_node(node) if node is not None else None
-        # Once: an array becomes a picture here, not at each look at it.
-        source = as_node(source) if source is not None else None
+        # Once: an array becomes a source node here, not at each look at it.
+        source = source_node(source) if source is not None else None
         dtype, channels = output_format(_with_source(node, source), dtype, channels)
         built, _ = self._prepare(node, source)
         return self._native.draw_array(built, dtype, channels)
@@ -97,10 +97,10 @@ class Context:
         The format follows the name's extension unless ``format`` (png, jpeg,
         tiff, webp) says; ``depth`` 8 or 16 defaults to the source's own. What
         a picture file source carried (grey, profile, metadata) is kept."""
-        source = as_node(source) if source is not None else None
-        source_node = _with_source(node, source).source()
+        source = source_node(source) if source is not None else None
+        kind = _with_source(node, source).source()
         if depth is None:
-            depth = 16 if source_node.dtype in ("uint16", "float32") else 8
+            depth = 16 if kind.dtype in ("uint16", "float32") else 8
         drawn, picture_source = self._draw(node, source, depth)
         if picture_source is not None:
             drawn.take_traits(picture_source)
@@ -132,14 +132,14 @@ class Context:
         """The node built for its size with the source fed in, and the source's picture."""
         if node is None:
             raise ValueError("nothing to draw: give a node")
-        open_source = as_node(source) if source is not None else None
+        open_source = source_node(source) if source is not None else None
         graph_source = node.source()
         if graph_source.is_open and open_source is None:
             raise ValueError("the graph has an open input: give run() a source (an array, picture or file name)")
         if open_source is not None and not _has_open_input(node):
             raise ValueError("the graph has no open input for a source; make it with chain() or filter(name)")
         primary = open_source if graph_source.is_open else graph_source
-        size = self._fixed or (primary.picture and (float(primary.picture.width), float(primary.picture.height)))
+        size = self._fixed or (primary.size if primary.is_picture else None)
         if not size:
             raise ValueError("the graph's size is unknown: give its source a picture, or the Context a size")
         if self._native.size != size:
@@ -149,7 +149,9 @@ class Context:
         if open_source is not None:
             if self._open is None:
                 self._open = self._native.open_input(size)
-            uploaded = self._native.fitted(self._native.upload(open_source.picture), size)
+            uploaded = (self._native.upload_array(open_source.array) if open_source.array is not None
+                        else self._native.upload(open_source.picture))
+            uploaded = self._native.fitted(uploaded, size)
             self._native.feed(self._open, uploaded)
         return self._build(node, size), primary.picture
 
@@ -186,6 +188,6 @@ def _has_open_input(node):
 def _with_source(node, source):
     """The node whose source decides the output's kind: the given source where the graph is open."""
     if source is not None and node.source().is_open:
-        return as_node(source)
+        return source_node(source)
     return node
 

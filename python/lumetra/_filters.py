@@ -1,6 +1,7 @@
 """The filters the module knows, described by their own declarations."""
 
 from . import _lumetra
+from ._values import python_key
 
 _descriptions = {entry["name"]: entry for entry in _lumetra.filters()}
 
@@ -31,22 +32,16 @@ def help(name=None):
     return entry["help"]
 
 
-def _python_key(key):
-    import keyword
-    key = key.replace("-", "_")
-    return key + "_" if keyword.iskeyword(key) else key
-
-
 def _make_function(name):
     def function(input=None, /, **values):
         from ._graph import filter as make_filter
         return make_filter(name, input, **values)
 
     entry = _descriptions[name]
-    function.__name__ = _python_key(name)
+    function.__name__ = python_key(name)
     function.__qualname__ = function.__name__
     keys = "\n".join(
-        f"    {_python_key(p['key'])}: {p['help']}"
+        f"    {python_key(p['key'])}: {p['help']}"
         + (" (required)" if p["required"] else f" (default {p['default']})") + f"; {p['type']}"
         for p in entry["parameters"])
     function.__doc__ = (f"{entry['summary']}\n\nThe node of filter \"{name}\" on ``input`` (a node, an array, "
@@ -60,10 +55,10 @@ class _Filters:
 
     def __init__(self):
         for name in _descriptions:
-            setattr(self, _python_key(name), _make_function(name))
+            setattr(self, python_key(name), _make_function(name))
 
     def __dir__(self):
-        return [_python_key(name) for name in _descriptions]
+        return [python_key(name) for name in _descriptions]
 
 
 filters = _Filters()

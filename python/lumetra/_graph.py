@@ -21,27 +21,36 @@ _DTYPES = {"uint8", "uint16", "float32"}
 class Node:
     """A node of a graph. Make one with filter(), chain(), kernel(), image() or read()."""
 
-    __slots__ = ("name", "parameters", "chain_input", "named_inputs", "kernels", "picture", "dtype", "channels",
-                 "__weakref__")
+    __slots__ = ("name", "parameters", "chain_input", "named_inputs", "kernels", "picture", "array", "dtype",
+                 "channels", "__weakref__")
 
     def __init__(self, name, parameters=(), chain_input=None, named_inputs=None, kernels=None, picture=None,
-                 dtype=None, channels=None):
+                 dtype=None, channels=None, array=None):
         self.name = name
         self.parameters = tuple(parameters)
         self.chain_input = chain_input
         self.named_inputs = dict(named_inputs or {})
         self.kernels = dict(kernels or {})
         self.picture = picture
+        # Rows uploaded as they are, without a picture: only a run's source.
+        self.array = array
         self.dtype = dtype
         self.channels = channels
 
     @property
     def is_picture(self):
-        return self.picture is not None
+        return self.picture is not None or self.array is not None
 
     @property
     def is_open(self):
-        return self.name is None and self.picture is None
+        return self.name is None and not self.is_picture
+
+    @property
+    def size(self):
+        """A picture node's (width, height)."""
+        if self.array is not None:
+            return float(self.array.shape[1]), float(self.array.shape[0])
+        return float(self.picture.width), float(self.picture.height)
 
     def then(self, name, **values):
         """This node followed by the filter ``name``: ``chain("invert").then("gamma", gamma=2.2)``."""
@@ -60,14 +69,14 @@ class Node:
 
     def to_array(self, dtype=None, channels=None):
         """A picture node's pixels as an array (no GL is needed)."""
-        if not self.is_picture:
+        if self.picture is None:
             raise ValueError("only a picture node has pixels of its own; draw a filter in a Context")
         dtype, channels = output_format(self, dtype, channels)
         return self.picture.to_array(dtype, channels)
 
     def write(self, path, *, format=None, quality=90, lossless=False, depth=None):
         """Writes a picture node to a file (see lumetra.write_array)."""
-        if not self.is_picture:
+        if self.picture is None:
             raise ValueError("only a picture node has pixels of its own; use Context.write for a filter")
         self.picture.write(os.fspath(path), format or "", quality, lossless, depth or 0)
 
@@ -95,6 +104,15 @@ def as_node(value):
     if isinstance(value, (str, os.PathLike)):
         return read(value)
     raise ValueError(f"{type(value).__name__} is no picture: give a node, an array or a file name")
+
+
+def source_node(value):
+    """What a run takes as its source: colour arrays of uint8 or uint16 go up
+    as they are, with no copy into a picture; anything else as as_node()."""
+    if (isinstance(value, numpy.ndarray) and value.ndim == 3 and value.shape[2] == 3
+            and value.dtype in (numpy.uint8, numpy.uint16) and value.shape[0] > 0 and value.shape[1] > 0):
+        return Node(None, array=numpy.ascontiguousarray(value), dtype=value.dtype.name, channels=3)
+    return as_node(value)
 
 
 def output_format(node, dtype, channels):

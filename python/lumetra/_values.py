@@ -14,6 +14,12 @@ def tool_key(key):
     return key.replace("_", "-")
 
 
+def python_key(key):
+    """The tool's ``in-low`` is ``in_low``; ``with`` is ``with_``."""
+    key = key.replace("-", "_")
+    return key + "_" if keyword.iskeyword(key) else key
+
+
 def value_text(value):
     """A number, flag, choice, file name or list of numbers as the tool takes it."""
     if isinstance(value, (bool, numpy.bool_)):

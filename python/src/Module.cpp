@@ -151,8 +151,8 @@ PYBIND11_MODULE(_lumetra, module)
         .def_property_readonly("opaque", &LMPicture::isOpaque)
         .def("flattened",
              [](const LMPicture& picture, int red, int green, int blue) {
-                 auto flat = picture.pictureFlattenedOnto(
-                     LMRGBA::fromBytes(uint8_t(red), uint8_t(green), uint8_t(blue)));
+                 auto flat =
+                     picture.pictureFlattenedOnto(LMRGBA::fromBytes(uint8_t(red), uint8_t(green), uint8_t(blue)));
                  if (!flat)
                      throw std::runtime_error("out of memory flattening a picture");
                  return flat;
@@ -163,8 +163,9 @@ PYBIND11_MODULE(_lumetra, module)
             picture.setExifData(from.exifData());
         });
 
-    py::class_<BuiltNode>(module, "BuiltNode")
-        .def_property_readonly("size", [](const BuiltNode& node) { return std::pair(node.size.width, node.size.height); });
+    py::class_<BuiltNode>(module, "BuiltNode").def_property_readonly("size", [](const BuiltNode& node) {
+        return std::pair(node.size.width, node.size.height);
+    });
 
     py::class_<PythonContext>(module, "Context")
         .def(py::init([](std::pair<double, double> size, bool caching, bool fusion) {
@@ -181,6 +182,17 @@ PYBIND11_MODULE(_lumetra, module)
         .def_property("fusion", &PythonContext::fusion, &PythonContext::setFusion)
         .def("info", &PythonContext::info, py::call_guard<py::gil_scoped_release>())
         .def("upload", &PythonContext::upload, py::call_guard<py::gil_scoped_release>())
+        .def("upload_array",
+             [](PythonContext& context, const py::array& array) {
+                 // Colour rows of bytes or 16-bit samples go up as they are (see graph.source_node).
+                 const bool bytes = array.dtype().is(py::dtype::of<uint8_t>());
+                 if (array.ndim() != 3 || array.shape(2) != 3 || !(array.flags() & py::array::c_style) ||
+                     !(bytes || array.dtype().is(py::dtype::of<uint16_t>())))
+                     throw std::invalid_argument("upload_array takes packed height × width × 3 uint8 or uint16 rows");
+                 const void* pixels = array.data();
+                 py::gil_scoped_release release;
+                 return context.uploadPixels(pixels, long(array.shape(1)), long(array.shape(0)), 3, bytes ? 8 : 16);
+             })
         .def("fitted",
              [](PythonContext& context, const BuiltNode& node, std::pair<double, double> size) {
                  py::gil_scoped_release release;
@@ -206,8 +218,7 @@ PYBIND11_MODULE(_lumetra, module)
             },
             py::arg("name"), py::arg("parameters"), py::arg("chain_input").none(true), py::arg("size"),
             py::arg("named_inputs"), py::arg("kernels"))
-        .def("draw", &PythonContext::draw, py::arg("node"), py::arg("bits"),
-             py::call_guard<py::gil_scoped_release>())
+        .def("draw", &PythonContext::draw, py::arg("node"), py::arg("bits"), py::call_guard<py::gil_scoped_release>())
         .def(
             "draw_array",
             [](PythonContext& context, const BuiltNode& node, const std::string& dtype, int channels) -> py::object {

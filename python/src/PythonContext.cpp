@@ -96,7 +96,9 @@ std::map<std::string, std::string> PythonContext::info()
     auto context = checkedContext();
     std::map<std::string, std::string> info;
     context->executeOpenGL([&info] {
-        for (auto [key, name] : {std::pair{"renderer", GL_RENDERER}, {"vendor", GL_VENDOR}, {"version", GL_VERSION},
+        for (auto [key, name] : {std::pair{"renderer", GL_RENDERER},
+                                 {"vendor", GL_VENDOR},
+                                 {"version", GL_VERSION},
                                  {"glsl", GL_SHADING_LANGUAGE_VERSION}}) {
             const auto* text = reinterpret_cast<const char*>(glGetString(name));
             info[key] = text ? text : "";
@@ -118,6 +120,20 @@ BuiltNode PythonContext::upload(const std::shared_ptr<LMPicture>& picture)
         throw CliError("cannot bring a picture of " + std::to_string(long(picture->size().width)) + "x" +
                        std::to_string(long(picture->size().height)) + " into the GL context");
     return {image, picture->size()};
+}
+
+BuiltNode PythonContext::uploadPixels(const void* pixels, long width, long height, int channels, int bitsPerSample)
+{
+    std::lock_guard lock(mutex_);
+    auto context = checkedContext();
+    const LMSize size{double(width), double(height)};
+    checkSizeFits(size, *context, "a picture");
+    auto image = LMPicture::imageWithPixels(context, pixels, int32_t(width), int32_t(height), channels, bitsPerSample,
+                                            size_t(width) * size_t(channels) * size_t(bitsPerSample / 8));
+    if (!image)
+        throw CliError("cannot bring a picture of " + std::to_string(width) + "x" + std::to_string(height) +
+                       " into the GL context");
+    return {image, size};
 }
 
 BuiltNode PythonContext::fitted(const BuiltNode& node, LMSize size)

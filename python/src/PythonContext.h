@@ -44,6 +44,9 @@ public:
 
     // The picture in the context at its own size.
     BuiltNode upload(const std::shared_ptr<LMPicture>& picture);
+    // Rows of `channels` samples of `bitsPerSample`, top down, packed, in
+    // the context at their own size; no picture in between.
+    BuiltNode uploadPixels(const void* pixels, long width, long height, int channels, int bitsPerSample);
     // The node resampled to `size` as the tool fits its pictures (resized to
     // cover, the middle kept); the node itself when it has that size.
     BuiltNode fitted(const BuiltNode& node, LMSize size);

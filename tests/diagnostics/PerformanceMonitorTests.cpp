@@ -33,19 +33,15 @@ protected:
     // One span around a little GPU work, which the GPU has finished on return.
     void timeFinishedSpan(LMPerformanceMonitor& monitor)
     {
-        monitor.startTiming();
-        LMColor::colorWithRed(0.5, 0.25, 1.0)->drawWithContext(context);
-        monitor.stopTiming();
-        finishGL();
+        monitor.startTiming(), LMColor::colorWithRed(0.5, 0.25, 1.0)->drawWithContext(context);
+        monitor.stopTiming(), finishGL();
     }
 
     std::shared_ptr<LMPerformanceMonitor> startedMonitor(bool usesTimerThread, double interval = 0.1)
     {
         auto monitor = LMPerformanceMonitor::performanceMonitorWithContext(context);
-        monitor->setUsesTimerThread(usesTimerThread);
-        monitor->setTargetAction({listener, &Listener::report});
-        monitor->setInterval(interval);
-        monitor->start();
+        monitor->setUsesTimerThread(usesTimerThread), monitor->setTargetAction({listener, &Listener::report});
+        monitor->setInterval(interval), monitor->start();
         return monitor;
     }
 
@@ -66,8 +62,7 @@ TEST_F(PerformanceMonitors, ReportEachFinishedSpanOnceWhenTheHostTicks)
     monitor->startTiming();
     const uint64_t measured = monitor->latestResultNanoseconds();
     EXPECT_EQ(monitor->latestRestults(), measured) << "the mark is no part of the figure";
-    monitor->tick();
-    monitor->tick();
+    monitor->tick(), monitor->tick();
     EXPECT_EQ(listener->reports, 1);
     EXPECT_EQ(monitor->latestResultNanoseconds(), measured) << "a tick clears only the mark";
 }
@@ -80,8 +75,7 @@ TEST_F(PerformanceMonitors, ReportAResultThatArrivesDuringAReportAtTheNextTick)
     monitor->startTiming();
     monitor->tick();
     listener->during = [] {};
-    monitor->tick();
-    monitor->tick();
+    monitor->tick(), monitor->tick();
     EXPECT_EQ(listener->reports, 2);
 }
 
@@ -89,11 +83,8 @@ TEST_F(PerformanceMonitors, ReportAResultThatArrivesDuringAReportAtTheNextTick)
 TEST_F(PerformanceMonitors, GiveUpASpanTheGPUHasNotFinishedRatherThanWait)
 {
     auto monitor = startedMonitor(false);
-    monitor->startTiming();
-    LMColor::colorWithRed(0.25, 0.5, 1.0)->drawWithContext(context);
-    monitor->stopTiming();
-    monitor->startTiming();
-    monitor->tick();
+    monitor->startTiming(), LMColor::colorWithRed(0.25, 0.5, 1.0)->drawWithContext(context);
+    monitor->stopTiming(), monitor->startTiming(), monitor->tick();
     EXPECT_EQ(listener->reports, 0);
 }
 
@@ -102,13 +93,9 @@ TEST_F(PerformanceMonitors, GiveUpASpanTheGPUHasNotFinishedRatherThanWait)
 TEST_F(PerformanceMonitors, KeepSpansOfMoreThan32BitsOfNanoseconds)
 {
     auto monitor = startedMonitor(false);
-    monitor->startTiming();
-    finishGL();
+    monitor->startTiming(), finishGL();
     std::this_thread::sleep_for(4400ms);
-    monitor->stopTiming();
-    finishGL();
-    monitor->startTiming();
-    monitor->tick();
+    monitor->stopTiming(), finishGL(), monitor->startTiming(), monitor->tick();
     EXPECT_EQ(listener->reports, 1);
     EXPECT_GT(monitor->latestResultNanoseconds(), uint64_t(1) << 32);
     EXPECT_EQ(monitor->latestRestults(), 0xFFFFFFFFu);
@@ -118,9 +105,7 @@ TEST_F(PerformanceMonitors, KeepSpansOfMoreThan32BitsOfNanoseconds)
 TEST_F(PerformanceMonitors, RestartWithoutTheSpanOpenBeforeTheStop)
 {
     auto monitor = startedMonitor(false);
-    monitor->startTiming();
-    monitor->stop();
-    monitor->start();
+    monitor->startTiming(), monitor->stop(), monitor->start();
     timeFinishedSpan(*monitor);
     monitor->startTiming();
     EXPECT_TRUE(monitor->timerQueryHasNewResults());
@@ -133,8 +118,7 @@ TEST_F(PerformanceMonitors, UseAResultUpWithoutACallWhenTheirTargetHasGone)
     timeFinishedSpan(*monitor);
     monitor->startTiming();
     ASSERT_TRUE(monitor->timerQueryHasNewResults());
-    listener.reset();
-    monitor->tick();
+    listener.reset(), monitor->tick();
     EXPECT_FALSE(monitor->timerQueryHasNewResults());
 }
 
@@ -165,8 +149,7 @@ TEST_F(PerformanceMonitors, ReportFromTheirOwnThreadAndStopCleanlyFromTheHost)
 TEST_F(PerformanceMonitors, StartedByANewIntervalWhileDisabledBeginNoSpan)
 {
     auto monitor = startedMonitor(true, 0.05);
-    monitor->setEnabled(false);
-    monitor->setInterval(0.001);
+    monitor->setEnabled(false), monitor->setInterval(0.001);
     EXPECT_TRUE(monitor->timerRunning());
     timeFinishedSpan(*monitor);
     EXPECT_FALSE(isGLObject(*context, glIsQuery, monitor->timerQuery()));

@@ -101,6 +101,15 @@ protected:
         return filter;
     }
 
+    // The filter over the picture, set through its class's own setters.
+    template <class Filter>
+    std::shared_ptr<LMDrawable> with(const std::function<void(LMFilterRef<Filter>&)>& set)
+    {
+        auto filter = Filter::filterWithInput(input);
+        set(filter);
+        return filter;
+    }
+
     std::shared_ptr<LMContext> context = LMContext::contextWithDimensions({8, 6});
     std::shared_ptr<LMImage> input = imageOf(context, picture);
 };
@@ -110,85 +119,69 @@ protected:
 // Through the classes' typed setters; the edges of the formulas are rows of their own.
 TEST_F(ColourFilters, EachAdjustmentFollowsItsFormula)
 {
-    auto brightnessContrast = LMFilterBrightnessContrast::filterWithInput(input);
-    brightnessContrast->setBrightness(0.1), brightnessContrast->setContrast(1.5);
-    auto exposure = LMFilterExposure::filterWithInput(input);
-    exposure->setStops(-1.5);
-    auto gamma = LMFilterGamma::filterWithInput(input);
-    gamma->setGamma(2.2);
-    auto levels = LMFilterLevels::filterWithInput(input);
-    levels->setInLow(0.2), levels->setInHigh(0.8), levels->setGamma(1.5), levels->setOutLow(0.1),
-        levels->setOutHigh(0.9);
-    auto step = LMFilterLevels::filterWithInput(input);
-    step->setInLow(0.5), step->setInHigh(0.5), step->setOutLow(0.1), step->setOutHigh(0.9);
-    auto saturation = LMFilterSaturation::filterWithInput(input);
-    saturation->setAmount(1.5);
-    auto hue = LMFilterHueRotate::filterWithInput(input);
-    hue->setDegrees(-200);
-    auto sepiaFilter = LMFilterSepia::filterWithInput(input);
-    sepiaFilter->setAmount(0.7);
     const std::array<double, 12> matrix{0.2, 0.5, -0.3, 0.1, 1.1, 0, 0.2, -0.2, 0, 0.4, 0.4, 0.25};
-    auto colorMatrix = LMFilterColorMatrix::filterWithInput(input);
-    colorMatrix->setMatrix({matrix.begin(), matrix.end()});
-    auto vignette = LMFilterVignette::filterWithInput(input);
-    vignette->setRadius(0.2), vignette->setSoftness(0.6), vignette->setStrength(0.8);
-    auto hardVignette = LMFilterVignette::filterWithInput(input);
-    hardVignette->setRadius(0.5), hardVignette->setSoftness(0), hardVignette->setStrength(1);
-    auto threshold = LMFilterThreshold::filterWithInput(input);
-    threshold->setValue(0.45);
-    auto posterize = LMFilterPosterize::filterWithInput(input);
-    posterize->setLevels(3);
-    auto oneLevel = LMFilterPosterize::filterWithInput(input);
-    oneLevel->setLevels(1);
-
+    auto vignette = [](double radius, double softness, double strength) {
+        return perPixel([=](RGB c, double x, double y) {
+            const double f = vignetteFactor(x, y, radius, softness, strength);
+            return RGB{c[0] * f, c[1] * f, c[2] * f};
+        });
+    };
     const std::tuple<const char*, std::shared_ptr<LMDrawable>, Pixels> cases[] = {
-        {"brightness-contrast: (c - 0.5) * 1.5 + 0.5 + 0.1", brightnessContrast,
+        {"brightness-contrast: (c - 0.5) * 1.5 + 0.5 + 0.1",
+         with<LMFilterBrightnessContrast>([](auto& f) { f->setBrightness(0.1), f->setContrast(1.5); }),
          eachChannel([](double c) { return (c - 0.5) * 1.5 + 0.5 + 0.1; })},
-        {"exposure: c * 2^-1.5", exposure, eachChannel([](double c) { return c * std::exp2(-1.5); })},
-        {"gamma: c^(1/2.2)", gamma, eachChannel([](double c) { return std::pow(c, 1 / 2.2); })},
-        {"levels 0.2..0.8 to 0.1..0.9 through gamma 1.5", levels,
+        {"exposure: c * 2^-1.5", with<LMFilterExposure>([](auto& f) { f->setStops(-1.5); }),
+         eachChannel([](double c) { return c * std::exp2(-1.5); })},
+        {"gamma: c^(1/2.2)", with<LMFilterGamma>([](auto& f) { f->setGamma(2.2); }),
+         eachChannel([](double c) { return std::pow(c, 1 / 2.2); })},
+        {"levels 0.2..0.8 to 0.1..0.9 through gamma 1.5", with<LMFilterLevels>([](auto& f) {
+             f->setInLow(0.2), f->setInHigh(0.8), f->setGamma(1.5), f->setOutLow(0.1), f->setOutHigh(0.9);
+         }),
          eachChannel([](double c) { return 0.1 + 0.8 * std::pow(std::clamp((c - 0.2) / 0.6, 0.0, 1.0), 1 / 1.5); })},
-        {"levels with in-high = in-low: a step at in-low", step,
+        {"levels with in-high = in-low: a step at in-low", with<LMFilterLevels>([](auto& f) {
+             f->setInLow(0.5), f->setInHigh(0.5), f->setOutLow(0.1), f->setOutHigh(0.9);
+         }),
          eachChannel([](double c) { return c >= 0.5 ? 0.9 : 0.1; })},
-        {"saturation: L + 1.5 (c - L)", saturation, perPixel([](RGB c) {
+        {"saturation: L + 1.5 (c - L)", with<LMFilterSaturation>([](auto& f) { f->setAmount(1.5); }),
+         perPixel([](RGB c) {
              const double l = luma(c);
              return RGB{l + 1.5 * (c[0] - l), l + 1.5 * (c[1] - l), l + 1.5 * (c[2] - l)};
          })},
         {"grayscale: L", LMFilterGrayscale::filterWithInput(input), perPixel([](RGB c) {
              return RGB{luma(c), luma(c), luma(c)};
          })},
-        {"hue-rotate by -200 degrees", hue, perPixel([](RGB c) { return hueRotated(c, -200); })},
-        {"sepia 0.7", sepiaFilter, perPixel([](RGB c) { return sepia(c, 0.7); })},
-        {"color-matrix, its fourth column added", colorMatrix, perPixel([&](RGB c) { return product<4>(matrix, c); })},
-        {"vignette 0.2, 0.6, 0.8", vignette, perPixel([](RGB c, double x, double y) {
-             const double f = vignetteFactor(x, y, 0.2, 0.6, 0.8);
-             return RGB{c[0] * f, c[1] * f, c[2] * f};
-         })},
-        {"vignette without softness: black from the radius", hardVignette, perPixel([](RGB c, double x, double y) {
-             const double f = vignetteFactor(x, y, 0.5, 0, 1);
-             return RGB{c[0] * f, c[1] * f, c[2] * f};
-         })},
-        {"threshold 0.45 on L", threshold, perPixel([](RGB c) {
+        {"hue-rotate by -200 degrees", with<LMFilterHueRotate>([](auto& f) { f->setDegrees(-200); }),
+         perPixel([](RGB c) { return hueRotated(c, -200); })},
+        {"sepia 0.7", with<LMFilterSepia>([](auto& f) { f->setAmount(0.7); }),
+         perPixel([](RGB c) { return sepia(c, 0.7); })},
+        {"color-matrix, its fourth column added", with<LMFilterColorMatrix>([&](auto& f) {
+             f->setMatrix({matrix.begin(), matrix.end()});
+         }),
+         perPixel([&](RGB c) { return product<4>(matrix, c); })},
+        {"vignette 0.2, 0.6, 0.8",
+         with<LMFilterVignette>([](auto& f) { f->setRadius(0.2), f->setSoftness(0.6), f->setStrength(0.8); }),
+         vignette(0.2, 0.6, 0.8)},
+        {"vignette without softness: black from the radius",
+         with<LMFilterVignette>([](auto& f) { f->setRadius(0.5), f->setSoftness(0), f->setStrength(1); }),
+         vignette(0.5, 0, 1)},
+        {"threshold 0.45 on L", with<LMFilterThreshold>([](auto& f) { f->setValue(0.45); }), perPixel([](RGB c) {
              const double v = luma(c) >= 0.45 ? 1 : 0;
              return RGB{v, v, v};
          })},
-        {"posterize to 3 levels", posterize, eachChannel([](double c) { return std::floor(c * 2 + 0.5) / 2; })},
-        {"posterize to 1 level: black", oneLevel, eachChannel([](double) { return 0.0; })},
+        {"posterize to 3 levels", with<LMFilterPosterize>([](auto& f) { f->setLevels(3); }),
+         eachChannel([](double c) { return std::floor(c * 2 + 0.5) / 2; })},
+        {"posterize to 1 level: black", with<LMFilterPosterize>([](auto& f) { f->setLevels(1); }),
+         eachChannel([](double) { return 0.0; })},
+        // Unset controls draw with their declared defaults, which leave the
+        // picture as it is; the sepia's default is the full tone.
+        {"sepia by default", made("sepia", {}), perPixel([](RGB c) { return sepia(c, 1); })},
+        {"sepia 0", made("sepia", {{"amount", 0.0}}), picture},
     };
     for (const auto& [what, filter, expected] : cases)
         EXPECT_TRUE(samePixels(drawnPixels(filter, context), expected)) << what;
-}
-
-// Unset controls draw with their declared defaults, which leave the picture
-// as it is; the sepia's default is the full tone.
-TEST_F(ColourFilters, DefaultsLeaveThePictureAsItIs)
-{
     for (const char* name :
-         {"brightness-contrast", "exposure", "gamma", "levels", "saturation", "hue-rotate", "color-matrix"}) {
-        EXPECT_TRUE(samePixels(drawnPixels(made(name, {}), context), picture)) << name;
-    }
-    EXPECT_TRUE(samePixels(drawnPixels(made("sepia", {{"amount", 0.0}}), context), picture));
-    EXPECT_TRUE(samePixels(drawnPixels(made("sepia", {}), context), perPixel([](RGB c) { return sepia(c, 1); })));
+         {"brightness-contrast", "exposure", "gamma", "levels", "saturation", "hue-rotate", "color-matrix"})
+        EXPECT_TRUE(samePixels(drawnPixels(made(name, {}), context), picture)) << name << " by default";
 }
 
 // All twelve as one run: each filter of the chain drawn fused (a run of it

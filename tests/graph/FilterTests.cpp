@@ -88,25 +88,27 @@ TEST_F(Filters, DrawWithEachInputOnItsOwnUnitAndEveryUniformUploaded)
     const Pixels a = pixelsOf(64, 48, [](int x, int y) { return Pixel{uint8_t(x * 4), uint8_t(y), 9, 255}; });
     const Pixels b = pixelsOf(64, 48, [](int x, int y) { return Pixel{7, uint8_t(y * 5), uint8_t(x), 255}; });
     auto filter = TwoInputs::filter();
-    filter->setInputA(imageOf(context, a));
-    filter->setInputB(imageOf(context, b));
-    filter->setControl(0.25);
-    filter->setOffset({0.5, 0});
+    filter->setInputA(imageOf(context, a)), filter->setInputB(imageOf(context, b));
+    filter->setControl(0.25), filter->setOffset({0.5, 0});
     const Pixels expected = pixelsOf(64, 48, [&](int x, int y) {
         return Pixel{a.at(x, y)[0], b.at(x, y)[1], 191, 255};
     });
     EXPECT_TRUE(samePixels(drawnPixels(filter, context), expected));
 }
 
-TEST_F(Filters, ReadValuesOfTheWrongKindAsAbsentAndReportEachOnce)
+// A control unset or of the wrong kind counts as 0; an input missing, of the
+// wrong kind, or an image of another size, reads black. A value of the wrong
+// kind is reported once.
+TEST_F(Filters, ReadMissingValuesAndValuesOfTheWrongKindAsAbsent)
 {
     auto filter = TwoInputs::filter();
-    filter->setInputB(LMColor::greenColor());
-    filter->setOffset({0.5, 0});
+    auto green = LMColor::greenColor()->drawWithContext(context);
+    filter->setInputA(LMColor::redColor()), filter->setInputB(green), filter->setControl(0.25);
+    filter->setOffset({0.5, 0}), filter->setControl(std::nullopt), filter->setInputA(nullptr);
+    expectColor(filter->drawWithContext(context), {0, 1, 0.5, 1}, "missing");
     LogCapture capture;
-    filter->setValueForKey(3.0, "inputA");
-    filter->setValueForKey("loud", "control");
-    expectColor(filter->drawWithContext(context), {0, 1, 0.5, 1});
+    filter->setValueForKey(3.0, "inputA"), filter->setValueForKey("loud", "control");
+    expectColor(filter->drawWithContext(context), {0, 1, 0.5, 1}, "of the wrong kind");
     filter->drawWithContext(context);
     EXPECT_EQ(
         capture.lines(),
@@ -114,24 +116,9 @@ TEST_F(Filters, ReadValuesOfTheWrongKindAsAbsentAndReportEachOnce)
             "(anonymous namespace)::TwoInputs: The value of inputA is a number, not a drawable; treating it as absent",
             "(anonymous namespace)::TwoInputs: The value of control is a string, not a number; treating it as absent",
         }));
-}
-
-// A missing control counts as 0; a missing input, or an image of another
-// size, reads black.
-TEST_F(Filters, ReadAMissingControlAsZeroAndAMissingOrMisfitInputAsBlack)
-{
-    auto filter = TwoInputs::filter();
-    auto green = LMColor::greenColor()->drawWithContext(context);
-    filter->setInputA(LMColor::redColor());
-    filter->setInputB(green);
-    filter->setControl(0.25);
-    filter->setOffset({0.5, 0});
-    filter->setControl(std::nullopt);
-    filter->setInputA(nullptr);
-    expectColor(filter->drawWithContext(context), {0, 1, 0.5, 1});
     context->setDimensions({64, 40});
     EXPECT_FALSE(isCompatible(green, context));
-    expectColor(filter->drawWithContext(context), {0, 0, 0.5, 1});
+    expectColor(filter->drawWithContext(context), {0, 0, 0.5, 1}, "an image of another size");
 }
 
 // With caching on, a second draw hands back the first one's output, pulling
@@ -178,36 +165,25 @@ TEST_F(Filters, KeepACacheEntryProgramAndQuadForEachContext)
     }
 }
 
-TEST_F(Filters, AskEveryInputDownAChainWhetherToRedraw)
+// A reader stays marked, whatever its inputs say after, until it is drawn.
+TEST_F(Filters, AskEveryInputDownAChainWhetherToRedrawAndClearTheMarkOnlyByDrawing)
 {
     auto first = LMFilterInvert::filterWithInput(LMColor::redColor());
     auto deep = LMFilterInvert::filterWithInput(LMColor::greenColor());
     auto second = LMFilterInvert::filterWithInput(deep);
     auto top = TwoInputs::filter();
-    top->setInputA(first);
-    top->setInputB(second);
+    top->setInputA(first), top->setInputB(second);
     top->drawWithContext(context);
     EXPECT_FALSE(top->updateNeedsRedraw());
-    first->setNeedsRedraw(true);
-    deep->setNeedsRedraw(true);
+    first->setNeedsRedraw(true), deep->setNeedsRedraw(true);
     EXPECT_TRUE(top->updateNeedsRedraw());
     EXPECT_TRUE(second->needsRedraw()) << "the second input is asked although the first said yes";
-    top->drawWithContext(context);
-    first->setNeedsRedraw(true);
-    EXPECT_TRUE(top->updateNeedsRedraw()) << "the first input alone";
-}
-
-TEST_F(Filters, ClearTheirRedrawMarkOnlyByDrawing)
-{
-    auto input = LMFilterInvert::filterWithInput(LMColor::redColor());
-    auto top = LMFilterInvert::filterWithInput(input);
-    top->drawWithContext(context);
-    input->setNeedsRedraw(true);
-    EXPECT_TRUE(top->updateNeedsRedraw());
-    input->setNeedsRedraw(false);
+    first->setNeedsRedraw(false), second->setNeedsRedraw(false), deep->setNeedsRedraw(false);
     EXPECT_TRUE(top->updateNeedsRedraw()) << "an input's cleared flag does not clear its reader's";
     top->drawWithContext(context);
     EXPECT_FALSE(top->updateNeedsRedraw());
+    first->setNeedsRedraw(true);
+    EXPECT_TRUE(top->updateNeedsRedraw()) << "the first input alone";
 }
 
 // Each step starts from a drawn, settled filter.
@@ -245,32 +221,28 @@ TEST_F(Filters, HandlesMarkTheFilterOnlyForWatchedSettersCalledThroughThem)
 }
 
 // Each check reads output pixel (10, 5), drawn from a context of 200 by 100.
-TEST_F(Filters, StretchTheInputOverACustomOutputSize)
+// Stretched, the input fills the output; filled, it keeps its aspect: the
+// quad crops its sides, and is rebuilt when the input's or the output's size
+// changes.
+TEST_F(Filters, StretchOrFillTheInputOverACustomOutputSize)
 {
     auto wide = LMContext::contextWithDimensions({200, 100});
     auto location = Location::filter();
-    expectColor(location->drawWithContext(wide), {10.5 / 256, 5.5 / 256, 400.0 / 512}, "at its own size", 10, 5);
-    location->setUsesCustomOutputSize(true);
-    location->setCustomOutputSize({100, 50});
-    expectColor(location->drawWithContext(wide), {21 / 256.0, 11 / 256.0, 400.0 / 512}, "stretched", 10, 5);
-}
-
-// Filled, the input keeps its aspect: the quad crops its sides, and is
-// rebuilt when the input's or the output's size changes.
-TEST_F(Filters, FillACustomOutputSizeKeepingTheInputsAspect)
-{
-    auto wide = LMContext::contextWithDimensions({200, 100});
-    auto fill = Location::filter();
-    fill->setScaler(std::make_shared<LMScalerFill>());
-    fill->setUsesCustomOutputSize(true);
-    fill->setCustomOutputSize({100, 100});
-    expectColor(fill->drawWithContext(wide), {60.5 / 256, 5.5 / 256, 350.0 / 512}, "filled", 10, 5);
+    auto expectAt = [&](LMRGBA expected, const char* what) {
+        expectColor(location->drawWithContext(wide), expected, what, 10, 5);
+    };
+    expectAt({10.5 / 256, 5.5 / 256, 400.0 / 512}, "at its own size");
+    location->setUsesCustomOutputSize(true), location->setCustomOutputSize({100, 50});
+    expectAt({21 / 256.0, 11 / 256.0, 400.0 / 512}, "stretched");
+    location->setScaler(std::make_shared<LMScalerFill>()), location->setCustomOutputSize({100, 100});
+    expectAt({60.5 / 256, 5.5 / 256, 350.0 / 512}, "filled");
     wide->setDimensions({100, 100});
-    expectColor(fill->drawWithContext(wide), {10.5 / 256, 5.5 / 256, 200.0 / 512}, "the input resized", 10, 5);
-    fill->setCustomOutputSize({100, 50});
-    expectColor(fill->drawWithContext(wide), {10.5 / 256, 30.5 / 256, 200.0 / 512}, "the output resized", 10, 5);
+    expectAt({10.5 / 256, 5.5 / 256, 200.0 / 512}, "the input resized");
+    location->setCustomOutputSize({100, 50});
+    expectAt({10.5 / 256, 30.5 / 256, 200.0 / 512}, "the output resized");
 }
 
+// A host can ask whether the program compiles.
 TEST_F(Filters, WhoseKernelFailsToCompileDrawBlackAndLogItOnce)
 {
     LogCapture capture;
@@ -280,12 +252,9 @@ TEST_F(Filters, WhoseKernelFailsToCompileDrawBlackAndLogItOnce)
     broken->drawWithContext(context);
     ASSERT_EQ(capture.lines().size(), 1u) << "the compile failure, and nothing after it";
     EXPECT_NE(capture.lines()[0].find("Broken failed to compile: "), std::string::npos) << capture.lines()[0];
-}
-
-TEST_F(Filters, TellAHostWhetherTheirProgramIsUsable)
-{
-    EXPECT_FALSE(Broken::filter()->programIsUsableWithContext(context));
-    EXPECT_TRUE(LMFilterInvert::filter()->programIsUsableWithContext(context));
+    auto fresh = LMContext::contextWithDimensions({8, 8});
+    EXPECT_FALSE(Broken::filter()->programIsUsableWithContext(fresh));
+    EXPECT_TRUE(LMFilterInvert::filter()->programIsUsableWithContext(fresh));
 }
 
 // Rebuilt quads and the quad of a filter that goes are deleted on their context.

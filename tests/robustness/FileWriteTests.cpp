@@ -27,7 +27,6 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr fs::perms writable = fs::perms::owner_write | fs::perms::group_write | fs::perms::others_write;
-constexpr fs::perms readable = fs::perms::owner_read | fs::perms::group_read | fs::perms::others_read;
 
 // Random bytes compress badly: far over any limit below.
 std::shared_ptr<LMPicture> noisePicture(int side)
@@ -105,19 +104,17 @@ TEST_F(FileWriteTest, AFailedWriteLeavesTheFileThatWasThere)
         SCOPED_TRACE(test.name);
         const fs::path path = dir_ / test.name, said = fs::path(testing::TempDir()) / "lumetra_write_said.txt";
         ASSERT_TRUE(writeAs(path, 8));
-        fs::permissions(path, readable | writable);
+        fs::permissions(path, fs::perms(0666));
         const std::string old = contents(path);
         const pid_t child = fork();
         if (child == 0) {
             const int err = ::open(said.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0666);
-            test.limit(old);
-            dup2(err, 2);
+            test.limit(old), dup2(err, 2);
             execl(LUMETRA_TOOL, "lumetra", noise.c_str(), "-o", path.c_str(), "--", "invert", nullptr);
             _exit(3);
         }
         int status = 0;
-        waitpid(child, &status, 0);
-        fs::permissions(dir_, fs::perms::owner_all);
+        waitpid(child, &status, 0), fs::permissions(dir_, fs::perms::owner_all);
         EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 1) << "the write did not fail";
         EXPECT_EQ(contents(said), "lumetra: Cannot write " + path.string() + ": " + test.reason + "\n");
         EXPECT_TRUE(contents(path) == old) << "the file that was there changed";
@@ -152,9 +149,8 @@ TEST_F(FileWriteTest, AReplacedFileKeepsItsModeAndItsLink)
     const fs::path path = dir_ / "private.png";
     const fs::perms mode = fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read;
     ASSERT_TRUE(writeAs(path, 8));
-    fs::permissions(path, mode);
+    fs::permissions(path, mode), fs::create_symlink("private.png", dir_ / "link.png");
     // Written through a link: the file is replaced, the link stays a link.
-    fs::create_symlink("private.png", dir_ / "link.png");
     ASSERT_TRUE(writeAs(dir_ / "link.png", 16));
     EXPECT_EQ(fs::status(path).permissions(), mode);
     EXPECT_TRUE(fs::is_symlink(dir_ / "link.png"));

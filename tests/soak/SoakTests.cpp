@@ -167,9 +167,7 @@ class Soak : public testing::Test {
 protected:
     void SetUp() override
     {
-        adapter->setContentScaleMode(LMContentScaleModeStretch);
-        mixB->setInputA(mixA);
-        mixB->setInputB(maxComponent);
+        adapter->setContentScaleMode(LMContentScaleModeStretch), mixB->setInputA(mixA), mixB->setInputB(maxComponent);
     }
     void TearDown() override { deleteTexture(*context, texture); }
 
@@ -216,10 +214,8 @@ protected:
             affine.translateXBy(s.dx, s.dy).rotateByDegrees(90.0 * s.quarterTurns);
             transform->setTransform(s.mirrored ? affine.scaleXBy(-1, 1) : affine);
         }
-        if (frame % captureFrames == captureOffset) {
-            accumulator->setImage(encode);
-            accumulator->setNeedsRedraw(true);
-        }
+        if (frame % captureFrames == captureOffset)
+            accumulator->setImage(encode), accumulator->setNeedsRedraw(true);
         return s;
     }
 
@@ -322,10 +318,9 @@ TEST(SoakResizing, ACustomOutputSizeThatChangesEveryFrameKeepsThePoolWithinItsBu
     const size_t largest = LMRenderTargetPool::bytesForDimensions({512, 384});
 
     auto context = LMContext::contextWithDimensions({64, 64});
-    LogCapture log;
-    context->setRenderTargetIdleBudget(budget);
     auto invert = LMFilterInvert::filterWithInput(LMColor::colorWithRed(0.25, 0.5, 1.0));
-    invert->setUsesCustomOutputSize(true);
+    LogCapture log;
+    context->setRenderTargetIdleBudget(budget), invert->setUsesCustomOutputSize(true);
     const long residentAtStart = residentKilobytes();
     long residentAtAFifth = 0;
     for (long frame = 0; frame < frames; ++frame) {

@@ -36,6 +36,7 @@ protected:
     std::shared_ptr<LMDrawableView> view = LMDrawableView::viewWithContext(context);
     // Red just under the end of the sRGB formula's linear part, blue in its curve.
     std::shared_ptr<LMImage> linear = LMColor::colorWithRed(0.0031, 1.0, 0.4)->drawWithContext(context);
+    std::shared_ptr<LMImage> red = LMColor::redColor()->drawWithContext(context);
     const double encodedRed = 0.0031 * 12.92, encodedBlue = std::pow(0.4, 0.4167) * 1.055 - 0.055;
 };
 
@@ -110,16 +111,12 @@ TEST_F(DrawableView, DrawsNoImageOfAnotherContext)
 TEST_F(DrawableView, WhoseContextWentDrawsNothingUntilGivenAnother)
 {
     auto next = LMContext::contextWithDimensions({32, 24});
-    auto image = LMColor::redColor()->drawWithContext(context);
-    view->setInput(image);
+    view->setInput(red);
     ASSERT_EQ(shownAt(1, 1), 0xFF0000u);
     LogCapture log;
     context.reset();
     WindowCapture::clearWindow(view->x11Window());
-    view->redraw();
-    view->setInput(image);
-    view->setShouldConvertToSRGB(true);
-    view->setFrame({0, 0, 40, 30});
+    view->redraw(), view->setInput(red), view->setShouldConvertToSRGB(true), view->setFrame({0, 0, 40, 30});
     EXPECT_EQ(shownAt(1, 1), 0x000000u);
     view->setContext(next);
     view->setInput(LMColor::greenColor()->drawWithContext(next));
@@ -133,9 +130,7 @@ TEST(DrawableViewWithoutContext, DoesNothingUntilItHasOneAndNeverFailsToResize)
     auto context = LMContext::contextWithDimensions({32, 32});
     LogCapture log;
     auto view = LMDrawableView::viewWithFrame({10, 20, 100, 80});
-    view->setHidden(false);
-    view->setInput(nullptr);
-    view->setShouldConvertToSRGB(true);
+    view->setHidden(false), view->setInput(nullptr), view->setShouldConvertToSRGB(true);
     for (LMRect frame : {LMRect{0, 0, 0, 0}, LMRect{0, 0, -5, NAN}, LMRect{1e9, -1e9, 1e9, 1e12}, LMRect{0, 0, 90, 70}})
         view->setFrame(frame);
     EXPECT_EQ(view->frame(), (LMRect{0, 0, 90, 70}));
@@ -143,9 +138,7 @@ TEST(DrawableViewWithoutContext, DoesNothingUntilItHasOneAndNeverFailsToResize)
     view->setContext(context);
     for (LMSize size : {LMSize{-3, 5}, LMSize{NAN, NAN}, LMSize{0, 0}, LMSize{1e12, 1e12}})
         view->updateSize(size);
-    view->redraw();
-    view->lockContext();
-    view->makeCurrentContext();
+    view->redraw(), view->lockContext(), view->makeCurrentContext();
     EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR)) << "odd sizes leave no GL error behind";
     view->unlockContext();
     EXPECT_TRUE(log.lines().empty()) << testing::PrintToString(log.lines());
@@ -157,8 +150,7 @@ TEST(DrawableViewWithoutContext, DoesNothingUntilItHasOneAndNeverFailsToResize)
 // rendering context goes on drawing.
 TEST_F(DrawableView, WhoseWindowAnotherClientDestroyedLogsOnceAndDoesNothing)
 {
-    auto image = LMColor::redColor()->drawWithContext(context);
-    view->setInput(image);
+    view->setInput(red);
     ASSERT_EQ(shownAt(1, 1), 0xFF0000u);
 
     Display* other = XOpenDisplay(std::getenv("DISPLAY"));
@@ -169,13 +161,9 @@ TEST_F(DrawableView, WhoseWindowAnotherClientDestroyedLogsOnceAndDoesNothing)
 
     LogCapture log;
     for (int round = 0; round < 2; ++round) {
-        view->redraw();
-        view->setFrame({0, 0, 100, 80});
-        view->reshape();
-        view->setHidden(round == 1);
-        view->setShouldConvertToSRGB(round == 0);
+        view->redraw(), view->setFrame({0, 0, 100, 80}), view->reshape(), view->setHidden(round == 1);
+        view->setShouldConvertToSRGB(round == 0), view->setContext(context);
         view->setInput(LMColor::greenColor()->drawWithContext(context));
-        view->setContext(context);
     }
     EXPECT_EQ(log.lines(),
               (std::vector<std::string>{"LMDrawableView: The view's window is gone; it will draw nothing"}));
@@ -184,7 +172,7 @@ TEST_F(DrawableView, WhoseWindowAnotherClientDestroyedLogsOnceAndDoesNothing)
     // A new view gets a window of its own and shows what it is given.
     auto next = LMDrawableView::viewWithContext(context);
     show(*next, {0, 0, 64, 48});
-    next->setInput(image);
+    next->setInput(red);
     EXPECT_EQ(WindowCapture::ofWindow(next->x11Window()).pixelAt(1, 1), 0xFF0000u);
     view.reset();
     EXPECT_EQ(log.lines().size(), 1u) << "and the gone window's view goes quietly";
