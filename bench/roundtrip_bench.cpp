@@ -48,7 +48,7 @@ void BM_ReadBack(benchmark::State& state)
     auto context = LMContext::contextWithDimensions({1920, 1080});
     LMSetLogSink({});
     if (state.range(1))
-        context->executeOpenGL([&] { context->gl()->setReadsBytesRounded(state.range(1) == 2); });
+        context->executeOpenGL([&] { context->gl()->setReadsBytesStraight(state.range(1) == 2); });
     auto image = LMFilterInvert::filterWithInput(LMColor::colorWithRed(0.3, 0.5, 0.7))->drawWithContext(context);
     std::vector<uint8_t> rows(size_t(1920) * 1080 * 3 * sampleBytes);
     for (auto _ : state) {
