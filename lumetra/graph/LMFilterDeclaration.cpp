@@ -143,6 +143,12 @@ LMFilterDeclaration& LMFilterDeclaration::perPixel()
     return *this;
 }
 
+LMFilterDeclaration& LMFilterDeclaration::picksAmongInputs()
+{
+    picks_ = true;
+    return *this;
+}
+
 LMFilterDeclaration& LMFilterDeclaration::createsContextDimensionsUniform()
 {
     contextDimensions_ = true;
