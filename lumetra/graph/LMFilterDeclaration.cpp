@@ -149,6 +149,12 @@ LMFilterDeclaration& LMFilterDeclaration::picksAmongInputs()
     return *this;
 }
 
+LMFilterDeclaration& LMFilterDeclaration::keepsRange()
+{
+    keepsRange_ = true;
+    return *this;
+}
+
 LMFilterDeclaration& LMFilterDeclaration::createsContextDimensionsUniform()
 {
     contextDimensions_ = true;

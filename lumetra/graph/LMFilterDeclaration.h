@@ -73,6 +73,10 @@ public:
     // after the kernel instead of before, or not at all where the inputs are
     // rounded already.
     LMFilterDeclaration& picksAmongInputs();
+    // Given inputs within [0, 1], every output channel is within [0, 1] too,
+    // or less than half a 16-bit step outside (invert, the sRGB encoding,
+    // grayscale): a fused run rounds the output without clamping it first.
+    LMFilterDeclaration& keepsRange();
     LMFilterDeclaration& createsContextDimensionsUniform();
     LMFilterDeclaration& createsTargetDimensionsUniform();
 
@@ -85,6 +89,7 @@ public:
     const LMParameter* parameterNamed(std::string_view name) const;
     bool isPerPixel() const { return perPixel_; }
     bool isPickingAmongInputs() const { return picks_; }
+    bool isKeepingRange() const { return keepsRange_; }
     bool createsContextDimensions() const { return contextDimensions_; }
     bool createsTargetDimensions() const { return targetDimensions_; }
 
@@ -102,6 +107,7 @@ private:
     std::vector<LMParameter> parameters_;
     bool perPixel_ = false;
     bool picks_ = false;
+    bool keepsRange_ = false;
     bool contextDimensions_ = false;
     bool targetDimensions_ = false;
 };

@@ -198,35 +198,48 @@ std::string emittedKernel(LMFilter& filter, const std::string& prefix, const std
     return text;
 }
 
-// Which members' results the generated main rounds as a 16-bit target
-// would store them (clamped to [0, 1], to the nearest of 65535 steps), so
-// that each member reads what it would read unfused. Not the last: its
-// target rounds it. Not one whose result feeds only filters that pick among
-// their inputs (rounding commutes with picking the largest value): those
-// round instead, unless they too feed only pickers. And not a picker whose
-// inputs are all rounded results: its result is one of them.
-std::vector<bool> roundedResults(const std::vector<Member>& members)
+// How the generated main keeps a member's result.
+enum class Keep {
+    asIs,
+    rounded, // to the nearest of a 16-bit target's 65535 steps
+    clampedAndRounded, // to [0, 1] first, as the target would
+};
+
+// How each member's result is kept so that each member reads what it would
+// read unfused, from a 16-bit target. The last as it is: its target rounds
+// it. One whose result feeds only filters that pick among their inputs as
+// it is too (rounding commutes with picking the largest value): those round
+// instead, unless they too feed only pickers; and a picker whose inputs are
+// all rounded results as it is, since its result is one of them. Clamping
+// is left out where the member keeps the range of inputs that are within it
+// (an outside input always is: every image is an 8- or 16-bit target or
+// picture).
+std::vector<Keep> keptResults(const std::vector<Member>& members)
 {
-    auto picks = [&](size_t m) {
-        const LMFilterDeclaration* declared = members[m].filter->filterDeclaration();
-        return declared && declared->isPickingAmongInputs();
-    };
+    auto declared = [&](size_t m) { return members[m].filter->filterDeclaration(); };
+    auto picks = [&](size_t m) { return declared(m) && declared(m)->isPickingAmongInputs(); };
+    auto keepsRange = [&](size_t m) { return picks(m) || (declared(m) && declared(m)->isKeepingRange()); };
     std::vector<bool> feedsOnlyPickers(members.size(), true);
     for (size_t m = 0; m < members.size(); ++m)
         for (const Source& source : members[m].inputs)
             if (source.fromMember && !picks(m))
                 feedsOnlyPickers[source.index] = false;
-    std::vector<bool> rounded(members.size(), false), onLevels(members.size(), false);
+    std::vector<Keep> kept(members.size(), Keep::asIs);
+    std::vector<bool> onLevels(members.size(), false), inRange(members.size(), false);
     for (size_t m = 0; m + 1 < members.size(); ++m) {
+        bool inputsRounded = true, inputsInRange = true;
+        for (const Source& source : members[m].inputs) {
+            inputsRounded = inputsRounded && source.fromMember && onLevels[source.index];
+            inputsInRange = inputsInRange && (!source.fromMember || inRange[source.index]);
+        }
+        inRange[m] = keepsRange(m) && inputsInRange;
         if (feedsOnlyPickers[m])
             continue;
-        bool inputsRounded = true;
-        for (const Source& source : members[m].inputs)
-            inputsRounded = inputsRounded && source.fromMember && onLevels[source.index];
-        onLevels[m] = true;
-        rounded[m] = !(picks(m) && inputsRounded);
+        if (!(picks(m) && inputsRounded))
+            kept[m] = inRange[m] ? Keep::rounded : Keep::clampedAndRounded;
+        onLevels[m] = inRange[m] = true;
     }
-    return rounded;
+    return kept;
 }
 
 std::string fusedSource(const std::vector<Member>& members, const std::vector<Kernel>& kernels, size_t outsideCount)
@@ -276,7 +289,7 @@ std::string fusedSource(const std::vector<Member>& members, const std::vector<Ke
         text += "  vec3 lm_o" + std::to_string(i) + " = texelFetch(" + sampler +
                 ", min(ivec2(lm_location), textureSize(" + sampler + ") - 1)).rgb;\n";
     }
-    const std::vector<bool> rounded = roundedResults(members);
+    const std::vector<Keep> kept = keptResults(members);
     for (size_t m = 0; m < members.size(); ++m) {
         const Member& member = members[m];
         const LMFilter& filter = *member.filter;
@@ -295,10 +308,13 @@ std::string fusedSource(const std::vector<Member>& members, const std::vector<Ke
         text += "  " + prefix + "main();\n";
         // What a 16-bit target would have stored (the rounding matters
         // before a steep curve or a step), in the form GL reads it back.
-        text += "  vec3 lm_v" + std::to_string(m) + " = " +
-                (rounded[m] ? "roundEven(clamp(" + prefix + "output, 0.0, 1.0) * 65535.0) * (1.0 / 65535.0)"
-                            : prefix + "output") +
-                ";\n";
+        const std::string result = prefix + "output";
+        text += "  vec3 lm_v" + std::to_string(m) + " = ";
+        if (kept[m] == Keep::asIs)
+            text += result + ";\n";
+        else
+            text += "roundEven(" + (kept[m] == Keep::rounded ? result : "clamp(" + result + ", 0.0, 1.0)") +
+                    " * 65535.0) * (1.0 / 65535.0);\n";
     }
     text += "  lm_fused = lm_v" + std::to_string(members.size() - 1) + ";\n}\n";
     return text;
