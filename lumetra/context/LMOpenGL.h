@@ -5,6 +5,8 @@
 #include "lumetra/platform/LMGL.h"
 #include "lumetra/platform/LMRect.h"
 
+#include <cstddef>
+#include <cstdint>
 #include <memory>
 
 // Stands between the library and the state of one GL context. Only the
@@ -74,6 +76,34 @@ public:
     // Unpacking as GL's defaults have it and no pixel-unpack buffer: what
     // glTexImage2D from a buffer of the library's needs.
     static void setUploadState();
+    // Reads the lower-left `width` by `height` pixels of the bound read
+    // framebuffer (a 16-bit target) into `pixels`, rows bottom up and
+    // `bytesPerRow` apart (whole pixels, at least a row's own), `channels` 3
+    // (RGB) or 4 (RGBA, alpha opaque) samples a pixel, each 16 bits (native
+    // byte order) or 8: the sample's nearest of 255 steps,
+    // round(s × 255 / 65535). Bytes come straight from GL where
+    // readsBytesStraight says so; elsewhere GL reads 16 bits a band of rows
+    // at a time into memory of its own, rounded from there. Sets the
+    // read-back state first and leaves packing as GL's defaults have it. GL
+    // errors are left for the caller to take.
+    void readPixels(GLsizei width, GLsizei height, int channels, int bitsPerSample, void* pixels, size_t bytesPerRow);
+    // Whether this context's glReadPixels of a 16-bit target into bytes
+    // gives each sample's nearest step, as GL asks, rather than its high
+    // byte (as some drivers do, a step low for about half the values): asked
+    // of the driver the first time, with samples either side of half steps,
+    // and remembered.
+    bool driverRoundsBytes();
+    // Whether 8-bit read-backs take bytes straight from GL: on a hardware
+    // renderer whose driver rounds them (half the data to carry), not where
+    // it does not, nor on a software renderer, whose own conversion costs
+    // more than reading 16 bits and rounding them here. Decided the first
+    // time unless set: false, through 16 bits on any driver; true, straight
+    // (exact only where the driver rounds), which tests and measures either
+    // way anywhere.
+    bool readsBytesStraight();
+    void setReadsBytesStraight(bool straight) { readsBytesStraight_ = straight ? 1 : 0; }
+    // A 16-bit sample's nearest of 255 steps (exact for every sample).
+    static uint8_t nearestByte(GLushort sample) { return uint8_t((sample * 255u + 32895u) >> 16); }
     // The first GL error pending, after reading out all of them, so that the
     // next check sees only its own. GL_NO_ERROR when none.
     static GLenum takeErrors();
@@ -110,4 +140,7 @@ private:
     // context can do it in one call; -1 until asked.
     GLint samplerUnits_ = -1;
     bool multiBind_ = false;
+    // The answers of driverRoundsBytes and readsBytesStraight; -1 until asked.
+    int driverRoundsBytes_ = -1;
+    int readsBytesStraight_ = -1;
 };

@@ -101,12 +101,18 @@ const LMFilterDeclaration& LMFilterCurves::declaration()
     return declared;
 }
 
+// The two entries either side, mixed here rather than by the texture unit
+// (whose weights some drivers keep to steps of 1/256).
 std::string LMFilterCurves::kernelSource() const
 {
     return "void main() {"
-           "    float n = float(textureSize(lm_table, 0));"
-           "    vec3 at = (clamp(texture(lm_input, lm_location).rgb, 0.0, 1.0) * (n - 1.0) + 0.5) / n;"
-           "    lm_output = vec3(texture(lm_table, at.r).r, texture(lm_table, at.g).g, texture(lm_table, at.b).b);"
+           "    int n = textureSize(lm_table, 0);"
+           "    vec3 p = clamp(texture(lm_input, lm_location).rgb, 0.0, 1.0) * float(n - 1);"
+           "    ivec3 i = min(ivec3(p), n - 2);"
+           "    vec3 f = p - vec3(i);"
+           "    lm_output = vec3(mix(texelFetch(lm_table, i.r, 0).r, texelFetch(lm_table, i.r + 1, 0).r, f.r),"
+           "                     mix(texelFetch(lm_table, i.g, 0).g, texelFetch(lm_table, i.g + 1, 0).g, f.g),"
+           "                     mix(texelFetch(lm_table, i.b, 0).b, texelFetch(lm_table, i.b + 1, 0).b, f.b));"
            "} ";
 }
 

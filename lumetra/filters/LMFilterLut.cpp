@@ -25,18 +25,35 @@ const LMFilterDeclaration& LMFilterLut::declaration()
 }
 
 // A 1D table and then a 3D one; the one the file does not hold is the
-// identity (two entries a side, which linear filtering reads exactly).
+// identity (two entries a side). Between entries the kernel mixes the two
+// it fetches (eight for a cube, trilinearly) in single precision rather
+// than leave it to the texture unit: some drivers weigh filtered texels in
+// steps of 1/256 only, which is up to half an 8-bit level off.
 std::string LMFilterLut::kernelSource() const
 {
     return "void main() {"
            "    vec3 c = texture(lm_input, lm_location).rgb;"
            "    vec3 t = clamp((c - lm_domainMin) / (lm_domainMax - lm_domainMin), 0.0, 1.0);"
-           "    float n = float(textureSize(lm_table1D, 0));"
-           "    vec3 at = (t * (n - 1.0) + 0.5) / n;"
-           "    vec3 line = vec3(texture(lm_table1D, at.r).r, texture(lm_table1D, at.g).g, "
-           "texture(lm_table1D, at.b).b);"
-           "    vec3 m = vec3(textureSize(lm_table3D, 0));"
-           "    vec3 graded = texture(lm_table3D, (clamp(line, 0.0, 1.0) * (m - 1.0) + 0.5) / m).rgb;"
+           "    int n = textureSize(lm_table1D, 0);"
+           "    vec3 p = t * float(n - 1);"
+           "    ivec3 i = min(ivec3(p), n - 2);"
+           "    vec3 f = p - vec3(i);"
+           "    vec3 line = vec3(mix(texelFetch(lm_table1D, i.r, 0).r, texelFetch(lm_table1D, i.r + 1, 0).r, f.r),"
+           "                     mix(texelFetch(lm_table1D, i.g, 0).g, texelFetch(lm_table1D, i.g + 1, 0).g, f.g),"
+           "                     mix(texelFetch(lm_table1D, i.b, 0).b, texelFetch(lm_table1D, i.b + 1, 0).b, f.b));"
+           "    int m = textureSize(lm_table3D, 0).x;"
+           "    vec3 q = clamp(line, 0.0, 1.0) * float(m - 1);"
+           "    ivec3 j = min(ivec3(q), m - 2);"
+           "    vec3 g = q - vec3(j);"
+           "    vec3 c00 = mix(texelFetch(lm_table3D, j, 0).rgb, texelFetch(lm_table3D, j + ivec3(1, 0, 0), 0).rgb, "
+           "g.r);"
+           "    vec3 c10 = mix(texelFetch(lm_table3D, j + ivec3(0, 1, 0), 0).rgb,"
+           "                   texelFetch(lm_table3D, j + ivec3(1, 1, 0), 0).rgb, g.r);"
+           "    vec3 c01 = mix(texelFetch(lm_table3D, j + ivec3(0, 0, 1), 0).rgb,"
+           "                   texelFetch(lm_table3D, j + ivec3(1, 0, 1), 0).rgb, g.r);"
+           "    vec3 c11 = mix(texelFetch(lm_table3D, j + ivec3(0, 1, 1), 0).rgb,"
+           "                   texelFetch(lm_table3D, j + ivec3(1, 1, 1), 0).rgb, g.r);"
+           "    vec3 graded = mix(mix(c00, c10, g.g), mix(c01, c11, g.g), g.b);"
            "    lm_output = mix(c, clamp(graded, 0.0, 1.0), lm_strength);"
            "} ";
 }

@@ -78,18 +78,20 @@ std::optional<LMRGBA> LMImage::readPixelColorAtX(int32_t x, int32_t y)
     owner->executeOpenGL([&] {
         // Cleared first: GL leaves the buffer untouched for pixels outside
         // the target, which then read as black.
-        GLubyte pixel[3] = {0, 0, 0};
+        GLushort pixel[3] = {0, 0, 0};
         LMOpenGL::takeErrors();
         glBindFramebuffer(GL_READ_FRAMEBUFFER, target_->framebuffer());
         // A host block may have left skips, a row length or a pack buffer
-        // that would send the pixel elsewhere than this 3-byte buffer.
+        // that would send the pixel elsewhere than this buffer.
         LMOpenGL::setReadBackState();
-        glReadPixels(x, y, 1, 1, GL_RGB, GL_UNSIGNED_BYTE, pixel);
+        // 16 bits, rounded here: not every driver rounds them to bytes.
+        glReadPixels(x, y, 1, 1, GL_RGB, GL_UNSIGNED_SHORT, pixel);
         if (const GLenum error = LMOpenGL::takeErrors(); error != GL_NO_ERROR) {
             LMLog("LMImage: Error 0x%04X reading back pixel %d, %d; returning nothing", error, x, y);
             return;
         }
-        color = LMRGBA{floatForByte(pixel[0]), floatForByte(pixel[1]), floatForByte(pixel[2]), 1.0};
+        color = LMRGBA{floatForByte(LMOpenGL::nearestByte(pixel[0])), floatForByte(LMOpenGL::nearestByte(pixel[1])),
+                       floatForByte(LMOpenGL::nearestByte(pixel[2])), 1.0};
     });
     return color;
 }

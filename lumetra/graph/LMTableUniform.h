@@ -12,7 +12,10 @@
 // size by size by size (sampler3D lm_NAME, red varying fastest, then green,
 // then blue). Entries are red, green, blue floats, stored as 32-bit floats
 // and clamped to the edge, so a lookup at (i + 0.5) / size returns entry i
-// and values outside the table read its edge.
+// and values outside the table read its edge. Between entries the filtering
+// is only as fine as the driver's weights (steps of 1/256 on some); a
+// kernel that must be exact there fetches the entries (texelFetch) and
+// mixes them itself, as the built-in ones do.
 //
 // The filter lists it among its uniforms and the filter's upload binds it to
 // a texture unit after the inputs' units. Each context it is drawn with gets

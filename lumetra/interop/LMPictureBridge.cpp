@@ -247,15 +247,9 @@ bool LMPicture::readPixels(const std::shared_ptr<LMImage>& image, int channels, 
     context->executeOpenGL([&] {
         LMOpenGL::takeErrors();
         glBindFramebuffer(GL_READ_FRAMEBUFFER, image->framebuffer());
-        // A host block may have left skips or a pack buffer that would write
-        // outside the caller's memory.
-        LMOpenGL::setReadBackState();
-        glPixelStorei(GL_PACK_ALIGNMENT, GLint(sampleBytes));
-        glPixelStorei(GL_PACK_ROW_LENGTH, GLint(bytesPerRow / pixelBytes));
-        glReadPixels(0, 0, width, height, channels == 3 ? GL_RGB : GL_RGBA,
-                     bitsPerSample == 16 ? GL_UNSIGNED_SHORT : GL_UNSIGNED_BYTE, pixels);
-        glPixelStorei(GL_PACK_ROW_LENGTH, 0);
-        glPixelStorei(GL_PACK_ALIGNMENT, 4);
+        // Packing of its own: a host block may have left skips or a pack
+        // buffer that would write outside the caller's memory.
+        context->gl()->readPixels(width, height, channels, bitsPerSample, pixels, bytesPerRow);
         if (const GLenum error = LMOpenGL::takeErrors(); error != GL_NO_ERROR)
             LMLog("LMPicture: Error 0x%04X reading back an image of %d by %d pixels", error, width, height);
         else

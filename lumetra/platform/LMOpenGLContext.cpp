@@ -14,17 +14,6 @@ namespace {
 
 thread_local std::weak_ptr<LMOpenGLContext> lastMadeCurrent;
 
-bool isSoftwareRenderer(const char* renderer)
-{
-    if (!renderer)
-        return false;
-    for (const char* name : {"llvmpipe", "softpipe", "Software Rasterizer", "swrast", "SWR"}) {
-        if (std::strstr(renderer, name))
-            return true;
-    }
-    return false;
-}
-
 // A window surface needs a config whose native visual is the window's. Of
 // those, one that can keep the back buffer across a swap is preferred, so
 // that what a frame does not draw over stays on screen.
@@ -98,6 +87,17 @@ std::shared_ptr<LMOpenGLContext> LMOpenGLContext::contextWithFormat(
     if (format->accelerated() && format->noRecovery() && display->hardwareAvailable() && context->rendersInSoftware())
         return nullptr;
     return context;
+}
+
+bool LMOpenGLContext::isSoftwareRenderer(const char* renderer)
+{
+    if (!renderer)
+        return false;
+    for (const char* name : {"llvmpipe", "softpipe", "Software Rasterizer", "swrast", "SWR"}) {
+        if (std::strstr(renderer, name))
+            return true;
+    }
+    return false;
 }
 
 LMOpenGLContext::~LMOpenGLContext()

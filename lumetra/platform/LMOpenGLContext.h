@@ -52,6 +52,9 @@ public:
     std::shared_ptr<LMOpenGLPixelFormat> pixelFormat() const { return pixelFormat_; }
     void* eglContext() const { return context_; }
     void* eglDisplay() const { return display_; }
+    // Whether GL_RENDERER names one of Mesa's software renderers (llvmpipe,
+    // softpipe, swrast).
+    static bool isSoftwareRenderer(const char* renderer);
 
 private:
     LMOpenGLContext() = default;

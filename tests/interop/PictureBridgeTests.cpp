@@ -96,6 +96,54 @@ TEST_F(PictureBridge, FloorsAnImagesSizeForItsPicture)
               (LMSize{100, 50}));
 }
 
+// 8-bit read-backs of a 16-bit target give each sample's nearest step,
+// round(s · 255 / 65535), whichever way the context reads bytes (as it
+// decides; through 16 bits rounded here; straight from GL, where the driver
+// rounds): into the host's rows, RGB or RGBA and padded, into a picture, a
+// pixel at a time.
+TEST_F(PictureBridge, ReadsBytesAsTheNearestStepOfEachSample)
+{
+    constexpr int width = 7, height = 3;
+    auto bitmap = LMBitmap16::bitmapWithSize(width, height);
+    for (int i = 0; i < width * height * 4; ++i) // either side of half steps
+        bitmap->bitmapData()[i] = i % 4 == 3 ? 65535 : uint16_t(257 * (i * 37 % 255) + 128 + i % 2);
+    auto image = LMPicture::pictureWithBitmap16(bitmap)->lumetraImageOfOwnSizeWithContext(context);
+    ASSERT_TRUE(image);
+    // Rows from the top, as read back.
+    const auto nearest = [&](int x, int y, int c) { return std::lround(bitmap->rowAt(y)[x * 4 + c] * 255.0 / 65535); };
+    bool rounds = false;
+    context->executeOpenGL([&] { rounds = context->gl()->driverRoundsBytes(); });
+    for (const std::string route : {"as decided", "through 16 bits", "straight"}) {
+        if (route == "straight" && !rounds)
+            continue; // exact only where the driver rounds
+        if (route != "as decided")
+            context->executeOpenGL([&] { context->gl()->setReadsBytesStraight(route == "straight"); });
+        for (int channels : {3, 4}) {
+            const size_t bytesPerRow = (width + 1) * channels;
+            std::vector<uint8_t> bytes(bytesPerRow * height);
+            ASSERT_TRUE(LMPicture::readPixels(image, channels, 8, bytes.data(), bytesPerRow));
+            int wrong = 0;
+            for (int y = 0; y < height; ++y)
+                for (int x = 0; x < width * channels; ++x)
+                    wrong += bytes[y * bytesPerRow + x] !=
+                             (x % channels == 3 ? 255 : nearest(x / channels, y, x % channels));
+            EXPECT_EQ(wrong, 0) << route << ", " << channels << " channels";
+        }
+        const auto picture = LMPicture::imageWithLMImage(image);
+        ASSERT_TRUE(picture);
+        for (int y = 0; y < height; ++y)
+            for (int x = 0; x < width; ++x) {
+                const Pixel pixel = bitmapPixel(*picture->bitmap(), x, y);
+                const LMRGBA one = image->readPixelColorAtX(x, height - 1 - y).value_or(LMRGBA{});
+                const double read[] = {one.red, one.green, one.blue};
+                for (int c = 0; c < 3; ++c) {
+                    EXPECT_EQ(pixel[c], nearest(x, y, c)) << route << ": picture at " << x << ", " << y;
+                    EXPECT_EQ(std::lround(read[c] * 255), nearest(x, y, c)) << route << ": pixel " << x << ", " << y;
+                }
+            }
+    }
+}
+
 // Wide: a red left quarter, half-transparent orange, then invisible white.
 // Transparency is drawn as colour times alpha, onto a transparent canvas.
 class PictureFitting : public testing::Test {

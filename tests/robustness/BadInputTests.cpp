@@ -201,15 +201,15 @@ TEST_F(BadInputs, MonitorIntervalsThatAreNotPositiveAreRefused)
 }
 
 // Each case is an input that gives no usable image of the context, or a
-// texture that is gone, never was, or is not of the target it is said to be
-// (no input at all, and an image of another size, are the filter suite's):
+// texture name that is none (0, or one never made: a deleted texture's name
+// may be given to the next texture made), or a texture not of the target it
+// is said to be (no input at all, and an image of another size, are the
+// filter suite's):
 // it reads as black, so an inverter over it draws white and a maximum of it
 // and blue draws blue.
 TEST_F(BadInputs, MissingForeignAndUnboundInputsReadAsBlack)
 {
     const GLuint live = halvesPicture()->glTextureWithContext(context);
-    GLuint deleted = halvesPicture()->glTextureWithContext(context);
-    context->executeOpenGL([&] { glDeleteTextures(1, &deleted); });
     const auto adapting = [&](GLuint texture, GLenum target) -> std::shared_ptr<LMDrawable> {
         auto adapter = LMFilterOpenGLTextureAdapter::filterWithContext(context);
         adapter->setTexture(texture);
@@ -226,7 +226,7 @@ TEST_F(BadInputs, MissingForeignAndUnboundInputsReadAsBlack)
         {"an adapter that converted nothing", LMOpenGLTextureAdapter::adapterWithContext(context), ""},
         {"an image of another context", LMColor::redColor()->drawWithContext(other), "another context"},
         {"an image whose context has gone", orphan, "another context"},
-        {"a deleted texture", adapting(deleted, GL_TEXTURE_RECTANGLE), "Cannot bind texture"},
+        {"a name never made", adapting(0xFFFFFFF0u, GL_TEXTURE_RECTANGLE), "Cannot bind texture"},
         {"texture 0", adapting(0, GL_TEXTURE_RECTANGLE), "Cannot bind texture"},
         {"a rectangle texture said to be 2D", adapting(live, GL_TEXTURE_2D), "Cannot bind texture"},
         {"a 3D texture target", adapting(live, GL_TEXTURE_3D), "Cannot draw a texture of target 0x806F"},
