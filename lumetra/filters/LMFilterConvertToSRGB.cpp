@@ -5,7 +5,8 @@ const LMFilterDeclaration& LMFilterConvertToSRGB::declaration()
     static const LMFilterDeclaration declared =
         LMFilterDeclaration("to-srgb", "colour", "encodes linear colour to sRGB")
             .input("input", "the image, linear")
-            .perPixel();
+            .perPixel()
+            .keepsRange();
     return declared;
 }
 

@@ -5,7 +5,8 @@ const LMFilterDeclaration& LMFilterGrayscale::declaration()
     static const LMFilterDeclaration declared =
         LMFilterDeclaration("grayscale", "colour", "the Rec. 709 luma in every channel")
             .input("input", "the image")
-            .perPixel();
+            .perPixel()
+            .keepsRange();
     return declared;
 }
 

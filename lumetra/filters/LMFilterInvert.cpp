@@ -2,8 +2,10 @@
 
 const LMFilterDeclaration& LMFilterInvert::declaration()
 {
-    static const LMFilterDeclaration declared =
-        LMFilterDeclaration("invert", "colour", "1 - each colour channel").input("input", "the image").perPixel();
+    static const LMFilterDeclaration declared = LMFilterDeclaration("invert", "colour", "1 - each colour channel")
+                                                    .input("input", "the image")
+                                                    .perPixel()
+                                                    .keepsRange();
     return declared;
 }
 

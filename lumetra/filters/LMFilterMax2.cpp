@@ -8,7 +8,8 @@ const LMFilterDeclaration& LMFilterMax2::declaration()
             .input("inputB", "the other picture, fitted to the image")
             .inTool("with")
             .demo("max2 with=stripes")
-            .perPixel();
+            .perPixel()
+            .picksAmongInputs();
     return declared;
 }
 

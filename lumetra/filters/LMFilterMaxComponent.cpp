@@ -5,7 +5,8 @@ const LMFilterDeclaration& LMFilterMaxComponent::declaration()
     static const LMFilterDeclaration declared =
         LMFilterDeclaration("max-component", "colour", "the largest of red, green and blue, as grey")
             .input("input", "the image")
-            .perPixel();
+            .perPixel()
+            .picksAmongInputs();
     return declared;
 }
 

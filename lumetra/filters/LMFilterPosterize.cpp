@@ -24,6 +24,7 @@ const LMFilterDeclaration& LMFilterPosterize::declaration()
         LMFilterDeclaration("posterize", "colour", "rounds each channel to one of a few levels")
             .input("input", "the image")
             .perPixel()
+            .keepsRange()
             .parameter(levelsParameter())
             .demo("posterize levels=3");
     return declared;

@@ -6,6 +6,7 @@ const LMFilterDeclaration& LMFilterThreshold::declaration()
         LMFilterDeclaration("threshold", "colour", "white where the luma is at least the value, else black")
             .input("input", "the image")
             .perPixel()
+            .keepsRange()
             .control("value", 0.5, 0, 1, "", "the luma from which a pixel is white");
     return declared;
 }

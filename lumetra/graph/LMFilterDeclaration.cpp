@@ -143,6 +143,18 @@ LMFilterDeclaration& LMFilterDeclaration::perPixel()
     return *this;
 }
 
+LMFilterDeclaration& LMFilterDeclaration::picksAmongInputs()
+{
+    picks_ = true;
+    return *this;
+}
+
+LMFilterDeclaration& LMFilterDeclaration::keepsRange()
+{
+    keepsRange_ = true;
+    return *this;
+}
+
 LMFilterDeclaration& LMFilterDeclaration::createsContextDimensionsUniform()
 {
     contextDimensions_ = true;

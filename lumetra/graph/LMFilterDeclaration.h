@@ -67,6 +67,16 @@ public:
     // The kernel reads each input only at lm_location, so that a run of such
     // filters may be drawn as one pass (see LMContext::setFusionEnabled).
     LMFilterDeclaration& perPixel();
+    // Each channel of the output is one of the inputs' channels as read (the
+    // largest, the smallest, a fixed one), so that rounding the inputs to 16
+    // bits and rounding the output give the same values: a fused run rounds
+    // after the kernel instead of before, or not at all where the inputs are
+    // rounded already.
+    LMFilterDeclaration& picksAmongInputs();
+    // Given inputs within [0, 1], every output channel is within [0, 1] too,
+    // or less than half a 16-bit step outside (invert, the sRGB encoding,
+    // grayscale): a fused run rounds the output without clamping it first.
+    LMFilterDeclaration& keepsRange();
     LMFilterDeclaration& createsContextDimensionsUniform();
     LMFilterDeclaration& createsTargetDimensionsUniform();
 
@@ -78,6 +88,8 @@ public:
     const std::vector<LMParameter>& parameters() const { return parameters_; }
     const LMParameter* parameterNamed(std::string_view name) const;
     bool isPerPixel() const { return perPixel_; }
+    bool isPickingAmongInputs() const { return picks_; }
+    bool isKeepingRange() const { return keepsRange_; }
     bool createsContextDimensions() const { return contextDimensions_; }
     bool createsTargetDimensions() const { return targetDimensions_; }
 
@@ -94,6 +106,8 @@ private:
     std::vector<std::pair<std::string, std::string>> demoFiles_;
     std::vector<LMParameter> parameters_;
     bool perPixel_ = false;
+    bool picks_ = false;
+    bool keepsRange_ = false;
     bool contextDimensions_ = false;
     bool targetDimensions_ = false;
 };

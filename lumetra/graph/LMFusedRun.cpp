@@ -198,6 +198,50 @@ std::string emittedKernel(LMFilter& filter, const std::string& prefix, const std
     return text;
 }
 
+// How the generated main keeps a member's result.
+enum class Keep {
+    asIs,
+    rounded, // to the nearest of a 16-bit target's 65535 steps
+    clampedAndRounded, // to [0, 1] first, as the target would
+};
+
+// How each member's result is kept so that each member reads what it would
+// read unfused, from a 16-bit target. The last as it is: its target rounds
+// it. One whose result feeds only filters that pick among their inputs as
+// it is too (rounding commutes with picking the largest value): those round
+// instead, unless they too feed only pickers; and a picker whose inputs are
+// all rounded results as it is, since its result is one of them. Clamping
+// is left out where the member keeps the range of inputs that are within it
+// (an outside input always is: every image is an 8- or 16-bit target or
+// picture).
+std::vector<Keep> keptResults(const std::vector<Member>& members)
+{
+    auto declared = [&](size_t m) { return members[m].filter->filterDeclaration(); };
+    auto picks = [&](size_t m) { return declared(m) && declared(m)->isPickingAmongInputs(); };
+    auto keepsRange = [&](size_t m) { return picks(m) || (declared(m) && declared(m)->isKeepingRange()); };
+    std::vector<bool> feedsOnlyPickers(members.size(), true);
+    for (size_t m = 0; m < members.size(); ++m)
+        for (const Source& source : members[m].inputs)
+            if (source.fromMember && !picks(m))
+                feedsOnlyPickers[source.index] = false;
+    std::vector<Keep> kept(members.size(), Keep::asIs);
+    std::vector<bool> onLevels(members.size(), false), inRange(members.size(), false);
+    for (size_t m = 0; m + 1 < members.size(); ++m) {
+        bool inputsRounded = true, inputsInRange = true;
+        for (const Source& source : members[m].inputs) {
+            inputsRounded = inputsRounded && source.fromMember && onLevels[source.index];
+            inputsInRange = inputsInRange && (!source.fromMember || inRange[source.index]);
+        }
+        inRange[m] = keepsRange(m) && inputsInRange;
+        if (feedsOnlyPickers[m])
+            continue;
+        if (!(picks(m) && inputsRounded))
+            kept[m] = inRange[m] ? Keep::rounded : Keep::clampedAndRounded;
+        onLevels[m] = inRange[m] = true;
+    }
+    return kept;
+}
+
 std::string fusedSource(const std::vector<Member>& members, const std::vector<Kernel>& kernels, size_t outsideCount)
 {
     // lm_location is the pixel's own position in the run's working size,
@@ -238,9 +282,14 @@ std::string fusedSource(const std::vector<Member>& members, const std::vector<Ke
     }
 
     text += "void main() {\n  lm_location = gl_FragCoord.xy;\n";
-    for (size_t i = 0; i < outsideCount; ++i)
-        text +=
-            "  vec3 lm_o" + std::to_string(i) + " = texture(lm_outside" + std::to_string(i) + ", lm_location).rgb;\n";
+    // Each outside input is read at the pixel, edges clamped: what a linear
+    // lookup at a texel centre gives, without its cost.
+    for (size_t i = 0; i < outsideCount; ++i) {
+        const std::string sampler = "lm_outside" + std::to_string(i);
+        text += "  vec3 lm_o" + std::to_string(i) + " = texelFetch(" + sampler +
+                ", min(ivec2(lm_location), textureSize(" + sampler + ") - 1)).rgb;\n";
+    }
+    const std::vector<Keep> kept = keptResults(members);
     for (size_t m = 0; m < members.size(); ++m) {
         const Member& member = members[m];
         const LMFilter& filter = *member.filter;
@@ -257,10 +306,15 @@ std::string fusedSource(const std::vector<Member>& members, const std::vector<Ke
             if (uniform && uniformType(*uniform).find("sampler") == std::string::npos)
                 text += "  " + prefix + uniform->name() + " = " + stage + uniform->name() + ";\n";
         text += "  " + prefix + "main();\n";
-        // What a 16-bit target would have stored: clamped, and rounded to
-        // its 65535 steps (the rounding matters after a steep curve).
-        text += "  vec3 lm_v" + std::to_string(m) + " = floor(clamp(" + prefix +
-                "output, 0.0, 1.0) * 65535.0 + 0.5) / 65535.0;\n";
+        // What a 16-bit target would have stored (the rounding matters
+        // before a steep curve or a step), in the form GL reads it back.
+        const std::string result = prefix + "output";
+        text += "  vec3 lm_v" + std::to_string(m) + " = ";
+        if (kept[m] == Keep::asIs)
+            text += result + ";\n";
+        else
+            text += "roundEven(" + (kept[m] == Keep::rounded ? result : "clamp(" + result + ", 0.0, 1.0)") +
+                    " * 65535.0) * (1.0 / 65535.0);\n";
     }
     text += "  lm_fused = lm_v" + std::to_string(members.size() - 1) + ";\n}\n";
     return text;
@@ -311,16 +365,16 @@ std::shared_ptr<LMImage> LMFusedRun::draw(LMFilter& root, const std::shared_ptr<
         member.kernel = found->second;
     }
 
-    // The program first: a run whose program does not link draws as usual,
+    // The program first (once compiled, found in the cache without a trip to
+    // the GL queue): a run whose program does not link draws as usual,
     // before any of its inputs is drawn.
     const std::string key = programKeyOf(members, kernels);
-    std::shared_ptr<LMProgram> program;
-    context->executeOpenGL([&] {
-        program = context->getProgramWithName(key);
-        if (!program)
+    std::shared_ptr<LMProgram> program = context->getProgramWithName(key);
+    if (!program)
+        context->executeOpenGL([&] {
             program = context->createProgramWithName(key, fusedSource(members, kernels, run.outside.size()).c_str(),
                                                      "fused run of " + root.className());
-    });
+        });
     if (!program || !program->isLinked())
         return nullptr;
 

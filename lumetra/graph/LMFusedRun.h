@@ -18,7 +18,8 @@ class LMImage;
 // (images, colours, filters of other kinds, which draw as usual) once each,
 // then calls the members' kernels in order, each on its own controls,
 // keeping between them what a 16-bit target would store (clamped to
-// [0, 1], rounded to 1/65535). The program is
+// [0, 1], rounded to 1/65535; a filter that picks among its inputs rounds
+// for them, and the last result is rounded by its target). The program is
 // cached in the context by the run's shape (its members' program keys and
 // how they connect), so a changed parameter compiles nothing.
 //

@@ -250,3 +250,38 @@ TEST_F(Fusion, TablesAndBlendsJoinRuns)
         EXPECT_EQ(line.find("fused run"), std::string::npos) << line;
     std::remove(cube.c_str());
 }
+
+// An outside input smaller than the run's working size reads as it does
+// unfused: its edge pixels go on past it.
+TEST_F(Fusion, AnOutsideInputSmallerThanTheRunReadsItsEdges)
+{
+    auto crop = LMFilterCrop::filterWithInput(photo);
+    crop->setX(3), crop->setY(2), crop->setWidth(10), crop->setHeight(7);
+    auto fader = LMFilterFader::filterWithInput(LMFilterInvert::filterWithInput(crop));
+    fader->setControl(0.6);
+    EXPECT_TRUE(within2(drawn(fader, true), drawn(fader, false)));
+}
+
+// The rounding between members moves past filters that pick among their
+// inputs, and stays where a value also feeds one that does not. The values
+// are dark, where the sRGB curve is steep: half a level unrounded there is
+// several levels after it.
+TEST_F(Fusion, RoundingMovesPastFiltersThatPick)
+{
+    auto dark = LMFilterFader::filterWithInput(photo);
+    dark->setControl(0.01);
+    auto pick = [](const std::shared_ptr<LMDrawable>& a, const std::shared_ptr<LMDrawable>& b) {
+        auto max2 = LMFilterMax2::filter();
+        max2->setInputA(a);
+        max2->setInputB(b);
+        return max2;
+    };
+    const std::shared_ptr<LMDrawable> graphs[] = {
+        // Two pickers in a row, then the curve.
+        LMFilterConvertToSRGB::filterWithInput(pick(LMFilterMaxComponent::filterWithInput(dark), dark)),
+        // The dark value feeds a picker and the curve.
+        pick(LMFilterMaxComponent::filterWithInput(dark), LMFilterConvertToSRGB::filterWithInput(dark)),
+    };
+    for (const auto& graph : graphs)
+        EXPECT_TRUE(within2(drawn(graph, true), drawn(graph, false)));
+}
