@@ -71,7 +71,7 @@ namespace {
 // lower-left corner. Rows are `rowLength` pixels apart. On the GL queue;
 // false when GL reports an error.
 bool uploadPixels(const void* pixels, GLsizei width, GLsizei height, GLint rowLength, GLenum type, GLint internalFormat,
-                  bool replace)
+                  bool replace, GLenum format = GL_RGBA)
 {
     // A host block may have left skips, swapping or an unpack buffer
     // that would read outside the bitmap.
@@ -79,9 +79,9 @@ bool uploadPixels(const void* pixels, GLsizei width, GLsizei height, GLint rowLe
     glPixelStorei(GL_UNPACK_ROW_LENGTH, rowLength);
     glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
     if (replace)
-        glTexSubImage2D(GL_TEXTURE_RECTANGLE, 0, 0, 0, width, height, GL_RGBA, type, pixels);
+        glTexSubImage2D(GL_TEXTURE_RECTANGLE, 0, 0, 0, width, height, format, type, pixels);
     else
-        glTexImage2D(GL_TEXTURE_RECTANGLE, 0, internalFormat, width, height, 0, GL_RGBA, type, pixels);
+        glTexImage2D(GL_TEXTURE_RECTANGLE, 0, internalFormat, width, height, 0, format, type, pixels);
     // Back to GL's defaults, for whoever uploads next in this context.
     glPixelStorei(GL_UNPACK_ROW_LENGTH, 0);
     glPixelStorei(GL_UNPACK_ALIGNMENT, 4);
@@ -192,12 +192,9 @@ std::shared_ptr<LMImage> LMPicture::imageWithPixels(const std::shared_ptr<LMCont
     context->executeOpenGL([&] {
         LMOpenGL::takeErrors();
         glBindTexture(GL_TEXTURE_RECTANGLE, image->texture());
-        LMOpenGL::setUploadState();
-        glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
-        glTexSubImage2D(GL_TEXTURE_RECTANGLE, 0, 0, 0, width, height, channels == 3 ? GL_RGB : GL_RGBA,
-                        bitsPerSample == 16 ? GL_UNSIGNED_SHORT : GL_UNSIGNED_BYTE, upright.data());
-        glPixelStorei(GL_UNPACK_ALIGNMENT, 4);
-        uploaded = LMOpenGL::takeErrors() == GL_NO_ERROR;
+        uploaded =
+            uploadPixels(upright.data(), width, height, 0, bitsPerSample == 16 ? GL_UNSIGNED_SHORT : GL_UNSIGNED_BYTE,
+                         0, true, channels == 3 ? GL_RGB : GL_RGBA);
         if (!uploaded)
             LMLog("LMPicture: Error uploading a picture of %d by %d pixels into an image", width, height);
     });
