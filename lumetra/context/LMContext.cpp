@@ -135,12 +135,7 @@ void LMContext::setupSharedObjects()
 
         // Recorded in the shared VAO, still bound, against the shared VBO,
         // still bound to GL_ARRAY_BUFFER.
-        constexpr GLsizei stride = 4 * sizeof(float);
-        glEnableVertexAttribArray(LM_ATTRIBUTE_INDEX_POSITION);
-        glVertexAttribPointer(LM_ATTRIBUTE_INDEX_POSITION, 2, GL_FLOAT, GL_FALSE, stride, nullptr);
-        glEnableVertexAttribArray(LM_ATTRIBUTE_INDEX_TEXTURE_COORDS);
-        glVertexAttribPointer(LM_ATTRIBUTE_INDEX_TEXTURE_COORDS, 2, GL_FLOAT, GL_TRUE, stride,
-                              reinterpret_cast<const void*>(2 * sizeof(float)));
+        LMVertexBuffer::describeQuadLayout();
     });
     sharedSetupComplete_ = true;
 }

@@ -1,5 +1,7 @@
 #include "lumetra/context/LMVertexBuffer.h"
 
+#include "lumetra/context/LMVertexAttribute.h"
+
 #include <array>
 
 void LMVertexBuffer::bind()
@@ -22,4 +24,14 @@ void LMVertexBuffer::setQuad(const LMRect& position, const LMRect& textureCoords
         left, bottom, sLeft, tBottom, right, bottom, sRight, tBottom, left, top, sLeft, tTop, right, top, sRight, tTop,
     };
     setData(quad.data(), static_cast<GLsizei>(sizeof(quad)));
+}
+
+void LMVertexBuffer::describeQuadLayout()
+{
+    constexpr GLsizei stride = 4 * sizeof(float);
+    glEnableVertexAttribArray(LM_ATTRIBUTE_INDEX_POSITION);
+    glVertexAttribPointer(LM_ATTRIBUTE_INDEX_POSITION, 2, GL_FLOAT, GL_FALSE, stride, nullptr);
+    glEnableVertexAttribArray(LM_ATTRIBUTE_INDEX_TEXTURE_COORDS);
+    glVertexAttribPointer(LM_ATTRIBUTE_INDEX_TEXTURE_COORDS, 2, GL_FLOAT, GL_FALSE, stride,
+                          reinterpret_cast<const void*>(2 * sizeof(float)));
 }

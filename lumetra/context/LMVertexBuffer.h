@@ -18,4 +18,8 @@ public:
     // coordinates. Texture coordinates with a negative height flip the quad
     // upside down.
     void setQuad(const LMRect& position, const LMRect& textureCoords);
+    // Records, in the bound vertex array, where "in_Position" and
+    // "in_TexCoord" read the bound buffer's quad. Every program the library
+    // links binds them to the same indices, so the layout holds for all.
+    static void describeQuadLayout();
 };

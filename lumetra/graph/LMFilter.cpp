@@ -548,12 +548,10 @@ void LMFilter::updateVAOIfNeededForContext(const std::shared_ptr<LMContext>& con
     }
     vaoStateContext_ = context;
 
-    std::shared_ptr<LMProgram> program = program_.lock();
     context->executeOpenGLNoContextSwitch([&] {
         vaoState_->setInputDims(workingSize);
         vaoState_->setOutputDims(outputSizeForContext(*context));
-        if (vaoState_->update(*context->gl()) && program)
-            LMVAOStateTextured::describeVertexLayout(*program);
+        vaoState_->update(*context->gl());
         vaoState_->bindVAO(*context->gl());
     });
 }

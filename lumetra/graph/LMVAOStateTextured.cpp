@@ -1,6 +1,5 @@
 #include "lumetra/graph/LMVAOStateTextured.h"
 
-#include "lumetra/context/LMProgram.h"
 #include "lumetra/graph/LMScalerStretch.h"
 
 LMVAOStateTextured::LMVAOStateTextured() : scaler_(std::make_shared<LMScalerStretch>())
@@ -43,6 +42,7 @@ bool LMVAOStateTextured::update(LMOpenGL& gl)
 
     ourVBO_ = std::make_shared<LMVertexBuffer>();
     updateVBOSize(gl);
+    LMVertexBuffer::describeQuadLayout();
     LMOpenGL::logErrors("LMVAOStateTextured: Error creating VBO");
 
     needsVAOUpdate_ = false;
@@ -53,22 +53,6 @@ bool LMVAOStateTextured::update(LMOpenGL& gl)
 void LMVAOStateTextured::bindVAO(LMOpenGL& gl)
 {
     gl.bindVertexArray(ourVAO_);
-}
-
-void LMVAOStateTextured::describeVertexLayout(LMProgram& program)
-{
-    constexpr GLsizei stride = 4 * sizeof(float);
-    const GLint position = program.attributeLocation("in_Position");
-    if (position >= 0) {
-        glEnableVertexAttribArray(static_cast<GLuint>(position));
-        glVertexAttribPointer(static_cast<GLuint>(position), 2, GL_FLOAT, GL_FALSE, stride, nullptr);
-    }
-    const GLint texCoord = program.attributeLocation("in_TexCoord");
-    if (texCoord >= 0) {
-        glEnableVertexAttribArray(static_cast<GLuint>(texCoord));
-        glVertexAttribPointer(static_cast<GLuint>(texCoord), 2, GL_FLOAT, GL_TRUE, stride,
-                              reinterpret_cast<const void*>(2 * sizeof(float)));
-    }
 }
 
 void LMVAOStateTextured::cleanup()

@@ -9,8 +9,6 @@
 
 #include <memory>
 
-class LMProgram;
-
 // A quad of a filter's own, for drawing at a size other than the context's or
 // from a texture of another size: its corners place the input inside the
 // output as the scaler says, its texture coordinates span the input in
@@ -32,14 +30,11 @@ public:
     // Shapes the quad from the next rebuild on; marks nothing.
     void setScaler(std::shared_ptr<LMScaler> scaler) { scaler_ = std::move(scaler); }
 
-    // On the GL queue with the GL context current: rebuilds the quad when
-    // needed and says whether it did. A new vertex array has no attribute
-    // layout yet: the caller describes it while the array is bound.
+    // On the GL queue with the GL context current: rebuilds the quad (its
+    // vertex array and buffer, laid out for every program) when needed and
+    // says whether it did.
     bool update(LMOpenGL& gl);
     void bindVAO(LMOpenGL& gl);
-    // Records, in the vertex array bound now (a new one after update), where
-    // the program's "in_Position" and "in_TexCoord" read the quad.
-    static void describeVertexLayout(LMProgram& program);
     // Deletes the GL vertex array and buffer; on the GL queue.
     void cleanup();
 

@@ -196,13 +196,9 @@ void LMFilterOpenGLTextureAdapter::updateVAOIfNeededForContext(const std::shared
     }
     vaoContext_ = context;
 
-    std::shared_ptr<LMProgram> program = this->program();
     context->executeOpenGLNoContextSwitch([&] {
         vaoState_->setOutputDims(context->dimensions());
-        if (!vaoState_->update(*context->gl()) || !program)
-            return;
-        // The new vertex array, bound by the update, records the layout.
-        LMVAOStateTextured::describeVertexLayout(*program);
+        vaoState_->update(*context->gl());
     });
 }
 
