@@ -9,6 +9,7 @@
 #include "lumetra/platform/LMLog.h"
 
 #include <array>
+#include <cmath>
 #include <map>
 #include <sstream>
 
@@ -244,9 +245,9 @@ std::vector<Keep> keptResults(const std::vector<Member>& members)
 
 std::string fusedSource(const std::vector<Member>& members, const std::vector<Kernel>& kernels, size_t outsideCount)
 {
-    // lm_location is the pixel's own position in the run's working size,
-    // whatever quad is bound: the pass draws at that size.
-    std::string text = "#version 150\nvec2 lm_location;\nout vec3 lm_fused;\n"
+    // lm_location comes from the quad the run's last member would draw
+    // with, so every member sees the location it would see unfused.
+    std::string text = "#version 150\nnoperspective in vec2 lm_location;\nout vec3 lm_fused;\n"
                        "uniform vec2 lm_contextDimensions;\nuniform vec2 lm_targetDimensions;\n"
                        "uniform mat3 lm_inputTransform;\n"
                        "vec2 lm_toInputCoords(vec2 ocoords) { return (lm_inputTransform * vec3(ocoords.x, ocoords.y, "
@@ -281,7 +282,7 @@ std::string fusedSource(const std::vector<Member>& members, const std::vector<Ke
             text += emittedKernel(*members[m].filter, kernel.prefix, "lm_m" + std::to_string(m) + "_");
     }
 
-    text += "void main() {\n  lm_location = gl_FragCoord.xy;\n";
+    text += "void main() {\n";
     // Each outside input is read at the pixel, edges clamped: what a linear
     // lookup at a texel centre gives, without its cost.
     for (size_t i = 0; i < outsideCount; ++i) {
@@ -334,6 +335,12 @@ std::shared_ptr<LMDrawable> LMFusedRun::inputNamed(const LMFilter& filter, const
 
 std::shared_ptr<LMImage> LMFusedRun::draw(LMFilter& root, const std::shared_ptr<LMContext>& context)
 {
+    // At a working size of no whole number of pixels, each member's pixels
+    // stand between its input's texel centres and every member resamples
+    // what the one before it drew: no single pass gives that.
+    const LMSize size = root.workingSizeForContext(*context);
+    if (size.width != std::floor(size.width) || size.height != std::floor(size.height))
+        return nullptr;
     RunBuilder run(root, context);
     // GL 3.2 promises 16 texture units to a fragment shader; a run reading
     // more outside images than that draws unfused.
@@ -395,10 +402,13 @@ std::shared_ptr<LMImage> LMFusedRun::draw(LMFilter& root, const std::shared_ptr<
                 root.cycleMet_ = true;
     }
 
-    const LMSize size = root.workingSizeForContext(*context);
+    // The root's last output is about to be replaced: let go of it first, so
+    // that the pool hands its target back for this draw. One target per run
+    // stays in use instead of two, and it is still warm in the caches.
+    root.cachedOutput_.reset();
     std::shared_ptr<LMImage> output;
     context->executeOwnOpenGL([&] {
-        context->bindToSharedVAO();
+        root.updateVAOIfNeededForContext(context);
         output = leaseBoundImage(context, size);
         if (!output)
             return;

@@ -137,7 +137,8 @@ TEST_F(Fusion, AFilterThatIsNotPerPixelBreaksTheRun)
 }
 
 // With caching on, a fused run hands back its output until a member is
-// marked; a member drawn directly afterwards is drawn, not stale.
+// marked; a member drawn directly afterwards is drawn, not stale; an output
+// the host holds keeps its pixels through a redraw.
 TEST_F(Fusion, CachingAndMarkingThroughARun)
 {
     context->setCachingEnabled(true);
@@ -148,6 +149,7 @@ TEST_F(Fusion, CachingAndMarkingThroughARun)
 
     context->setFusionEnabled(true);
     const std::shared_ptr<LMImage> first = last->drawWithContext(context);
+    const std::vector<uint16_t> firstPixels = pixels16(first);
     // Drawn as one pass: the members drew nothing of their own.
     EXPECT_EQ(inverted->cachedOutput(), nullptr);
     EXPECT_EQ(fader->cachedOutput(), nullptr);
@@ -158,6 +160,9 @@ TEST_F(Fusion, CachingAndMarkingThroughARun)
     EXPECT_TRUE(last->updateNeedsRedraw());
     const std::vector<uint16_t> fused = pixels16(last->drawWithContext(context));
     EXPECT_FALSE(last->updateNeedsRedraw());
+    // The redraw let go of the old output, but the host still holds it.
+    EXPECT_EQ(pixels16(first), firstPixels);
+    EXPECT_NE(fused, firstPixels);
 
     // The member's own output, never drawn in the run, is drawn when asked.
     const std::vector<uint16_t> member = pixels16(inverted->drawWithContext(context));
@@ -284,4 +289,29 @@ TEST_F(Fusion, RoundingMovesPastFiltersThatPick)
     };
     for (const auto& graph : graphs)
         EXPECT_TRUE(within2(drawn(graph, true), drawn(graph, false)));
+}
+
+// At a size of no whole number of pixels each filter resamples what the one
+// before it drew, between texel centres: such a run draws as it does
+// unfused. The ramp comes from a filter that is no per-pixel one.
+TEST_F(Fusion, ASizeBetweenWholePixelsDrawsAsUnfused)
+{
+    class Ramp : public LMFilterClass<Ramp, LMFilterSingleInput> {
+    public:
+        static const LMFilterDeclaration& declaration()
+        {
+            static const LMFilterDeclaration declared =
+                LMFilterDeclaration("ramp", "test", "a ramp").input("input", "unused");
+            return declared;
+        }
+        std::string kernelSource() const override
+        {
+            return "void main() { lm_output = vec3(fract(lm_location.x * 0.37), lm_location.y / 17.0, 0.5); }";
+        }
+    };
+    LogCapture log;
+    context->setDimensions({width + 0.5, height + 0.25});
+    auto fader = LMFilterFader::filterWithInput(LMFilterInvert::filterWithInput(Ramp::filterWithInput(photo)));
+    fader->setControl(0.6);
+    EXPECT_TRUE(within2(drawn(fader, true), drawn(fader, false)));
 }
