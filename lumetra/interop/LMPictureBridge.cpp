@@ -102,18 +102,26 @@ bool uploadBitmap(const LMBitmap16& upright, bool replace)
                         GL_RGBA16, replace);
 }
 
-// A new texture, or the bound one replaced, from whichever bitmap there is;
-// logs a failure.
-template <class Bitmap>
-bool upload(const Bitmap& upright, bool replace)
+// A new image of `size` whose texture `fill` uploads into (bound, on the
+// GL queue; it says whether GL took the pixels). Null, with the failure
+// logged, when the pool gives no target or the upload fails.
+template <class Fill>
+std::shared_ptr<LMImage> uploadedImage(const std::shared_ptr<LMContext>& context, LMSize size, Fill&& fill)
 {
-    const bool uploaded = uploadBitmap(upright, replace);
-    if (!uploaded && replace)
-        LMLog("LMPicture: Error uploading a picture of %d by %d pixels into an image", upright.pixelsWide(),
-              upright.pixelsHigh());
-    else if (!uploaded)
-        LMLog("LMPicture: Error uploading a texture of %d by %d pixels", upright.pixelsWide(), upright.pixelsHigh());
-    return uploaded;
+    auto image = LMImage::imageWithContext(context, size);
+    if (!image->target())
+        return nullptr;
+    bool uploaded = false;
+    context->executeOpenGL([&] {
+        // Whatever earlier work left pending must not read as our failure.
+        LMOpenGL::takeErrors();
+        glBindTexture(GL_TEXTURE_RECTANGLE, image->texture());
+        uploaded = fill();
+    });
+    if (!uploaded)
+        LMLog("LMPicture: Error uploading a picture of %d by %d pixels into an image", LMFloorToGLint(size.width),
+              LMFloorToGLint(size.height));
+    return uploaded ? image : nullptr;
 }
 
 } // namespace
@@ -133,7 +141,10 @@ GLuint LMPicture::glTextureWithContext(const std::shared_ptr<LMContext>& context
         LMOpenGL::takeErrors();
         glGenTextures(1, &texture);
         glBindTexture(GL_TEXTURE_RECTANGLE, texture);
-        if (!(upright16 ? upload(*upright16, false) : upload(*upright, false))) {
+        if (!(upright16 ? uploadBitmap(*upright16, false) : uploadBitmap(*upright, false))) {
+            LMLog("LMPicture: Error uploading a texture of %d by %d pixels",
+                  upright16 ? upright16->pixelsWide() : upright->pixelsWide(),
+                  upright16 ? upright16->pixelsHigh() : upright->pixelsHigh());
             glDeleteTextures(1, &texture);
             texture = 0;
         }
@@ -152,16 +163,8 @@ std::shared_ptr<LMImage> LMPicture::lumetraImageOfOwnSizeWithContext(const std::
         return nullptr;
     const LMSize size = upright16 ? LMSize{double(upright16->pixelsWide()), double(upright16->pixelsHigh())}
                                   : LMSize{double(upright->pixelsWide()), double(upright->pixelsHigh())};
-    auto image = LMImage::imageWithContext(context, size);
-    if (!image->target())
-        return nullptr;
-    bool uploaded = false;
-    context->executeOpenGL([&] {
-        LMOpenGL::takeErrors();
-        glBindTexture(GL_TEXTURE_RECTANGLE, image->texture());
-        uploaded = upright16 ? upload(*upright16, true) : upload(*upright, true);
-    });
-    return uploaded ? image : nullptr;
+    return uploadedImage(context, size,
+                         [&] { return upright16 ? uploadBitmap(*upright16, true) : uploadBitmap(*upright, true); });
 }
 
 std::shared_ptr<LMImage> LMPicture::imageWithPixels(const std::shared_ptr<LMContext>& context, const void* pixels,
@@ -185,20 +188,11 @@ std::shared_ptr<LMImage> LMPicture::imageWithPixels(const std::shared_ptr<LMCont
     const auto* rows = static_cast<const uint8_t*>(pixels);
     for (int32_t y = 0; y < height; ++y)
         std::memcpy(upright.data() + size_t(height - 1 - y) * rowBytes, rows + size_t(y) * bytesPerRow, rowBytes);
-    auto image = LMImage::imageWithContext(context, {double(width), double(height)});
-    if (!image->target())
-        return nullptr;
-    bool uploaded = false;
-    context->executeOpenGL([&] {
-        LMOpenGL::takeErrors();
-        glBindTexture(GL_TEXTURE_RECTANGLE, image->texture());
-        uploaded =
-            uploadPixels(upright.data(), width, height, 0, bitsPerSample == 16 ? GL_UNSIGNED_SHORT : GL_UNSIGNED_BYTE,
-                         0, true, channels == 3 ? GL_RGB : GL_RGBA);
-        if (!uploaded)
-            LMLog("LMPicture: Error uploading a picture of %d by %d pixels into an image", width, height);
+    return uploadedImage(context, {double(width), double(height)}, [&] {
+        return uploadPixels(upright.data(), width, height, 0,
+                            bitsPerSample == 16 ? GL_UNSIGNED_SHORT : GL_UNSIGNED_BYTE, 0, true,
+                            channels == 3 ? GL_RGB : GL_RGBA);
     });
-    return uploaded ? image : nullptr;
 }
 
 std::shared_ptr<LMImage> LMPicture::lumetraImageWithContext(const std::shared_ptr<LMContext>& context) const
