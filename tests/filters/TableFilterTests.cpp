@@ -16,6 +16,7 @@
 #include <fstream>
 #include <functional>
 #include <sstream>
+#include <unistd.h>
 
 namespace {
 
@@ -151,7 +152,8 @@ protected:
         return (dir / name).string();
     }
 
-    const std::filesystem::path dir = std::filesystem::path(testing::TempDir()) / "lumetra_table_filters";
+    const std::filesystem::path dir =
+        std::filesystem::path(testing::TempDir()) / ("lumetra_table_filters_" + std::to_string(::getpid()));
     std::shared_ptr<LMContext> context = LMContext::contextWithDimensions({32, 8});
     std::shared_ptr<LMImage> input = imageOf(context, picture);
 };

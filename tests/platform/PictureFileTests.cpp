@@ -23,7 +23,8 @@ constexpr Pixel expected[2][3] = {
 
 std::string scratchPath(const std::string& name)
 {
-    return testing::TempDir() + "lumetra_picture_" + name;
+    // The process number keeps suites of two builds run side by side apart.
+    return testing::TempDir() + "lumetra_picture_" + std::to_string(::getpid()) + "_" + name;
 }
 
 struct PNGFormat {

@@ -65,8 +65,8 @@ protected:
     }
 
     const fs::path dir_ =
-        fs::path(testing::TempDir()) /
-        ("lumetra_write_" + std::string(testing::UnitTest::GetInstance()->current_test_info()->name()));
+        fs::path(testing::TempDir()) / ("lumetra_write_" + std::to_string(::getpid()) + "_" +
+                                        std::string(testing::UnitTest::GetInstance()->current_test_info()->name()));
 };
 
 // The failing write runs in the tool, started afresh in the child: a
@@ -102,7 +102,8 @@ TEST_F(FileWriteTest, AFailedWriteLeavesTheFileThatWasThere)
     ASSERT_TRUE(noisePicture(128)->writePNGToFile(noise));
     for (const Case& test : cases) {
         SCOPED_TRACE(test.name);
-        const fs::path path = dir_ / test.name, said = fs::path(testing::TempDir()) / "lumetra_write_said.txt";
+        const fs::path path = dir_ / test.name, said = fs::path(testing::TempDir()) /
+                                                       ("lumetra_write_said_" + std::to_string(::getpid()) + ".txt");
         ASSERT_TRUE(writeAs(path, 8));
         fs::permissions(path, fs::perms(0666));
         const std::string old = contents(path);
