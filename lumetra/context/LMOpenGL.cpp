@@ -69,6 +69,20 @@ void LMOpenGL::findSamplerUnits()
     multiBind_ = version >= 44 || (samplerUnits_ > 0 && contextHasExtension("GL_ARB_multi_bind"));
 }
 
+GLuint LMOpenGL::nearestSampler()
+{
+    if (samplerUnits_ < 0)
+        findSamplerUnits();
+    if (samplerUnits_ == 0 || nearestSampler_ != 0)
+        return nearestSampler_;
+    glGenSamplers(1, &nearestSampler_);
+    glSamplerParameteri(nearestSampler_, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
+    glSamplerParameteri(nearestSampler_, GL_TEXTURE_MAG_FILTER, GL_NEAREST);
+    glSamplerParameteri(nearestSampler_, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
+    glSamplerParameteri(nearestSampler_, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
+    return nearestSampler_;
+}
+
 void LMOpenGL::restoreDrawingState()
 {
     if (!outsideGLMayHaveRun_)

@@ -102,6 +102,11 @@ public:
     // way anywhere.
     bool readsBytesStraight();
     void setReadsBytesStraight(bool straight) { readsBytesStraight_ = straight ? 1 : 0; }
+    // A sampler object that reads the texel a coordinate falls in, edges
+    // clamped, made the first time it is asked for; 0 where the context has
+    // no sampler objects. Whoever binds it to a unit unbinds it after the
+    // draw: every other draw reads a texture as its own parameters say.
+    GLuint nearestSampler();
     // A 16-bit sample's nearest of 255 steps (exact for every sample).
     static uint8_t nearestByte(GLushort sample) { return uint8_t((sample * 255u + 32895u) >> 16); }
     // The first GL error pending, after reading out all of them, so that the
@@ -140,6 +145,7 @@ private:
     // context can do it in one call; -1 until asked.
     GLint samplerUnits_ = -1;
     bool multiBind_ = false;
+    GLuint nearestSampler_ = 0;
     // The answers of driverRoundsBytes and readsBytesStraight; -1 until asked.
     int driverRoundsBytes_ = -1;
     int readsBytesStraight_ = -1;

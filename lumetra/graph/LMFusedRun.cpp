@@ -283,13 +283,13 @@ std::string fusedSource(const std::vector<Member>& members, const std::vector<Ke
     }
 
     text += "void main() {\n";
-    // Each outside input is read at the pixel, edges clamped: what a linear
-    // lookup at a texel centre gives, without its cost.
-    for (size_t i = 0; i < outsideCount; ++i) {
-        const std::string sampler = "lm_outside" + std::to_string(i);
-        text += "  vec3 lm_o" + std::to_string(i) + " = texelFetch(" + sampler +
-                ", min(ivec2(lm_location), textureSize(" + sampler + ") - 1)).rgb;\n";
-    }
+    // Each outside input is read once, at the pixel's centre, as every
+    // member reads its input; the draw reads it through the context's
+    // nearest sampler where there is one (the same texel, edges clamped, for
+    // less than a linear lookup costs, and less than texelFetch on llvmpipe).
+    for (size_t i = 0; i < outsideCount; ++i)
+        text +=
+            "  vec3 lm_o" + std::to_string(i) + " = texture(lm_outside" + std::to_string(i) + ", lm_location).rgb;\n";
     const std::vector<Keep> kept = keptResults(members);
     for (size_t m = 0; m < members.size(); ++m) {
         const Member& member = members[m];
@@ -414,9 +414,12 @@ std::shared_ptr<LMImage> LMFusedRun::draw(LMFilter& root, const std::shared_ptr<
             return;
         context->executeOpenGLNoContextSwitch([&] {
             program->useProgram();
+            const GLuint nearest = context->gl()->nearestSampler();
             for (size_t i = 0; i < run.outside.size(); ++i) {
                 context->gl()->setActiveTexture(GL_TEXTURE0 + static_cast<GLenum>(i));
                 glBindTexture(GL_TEXTURE_RECTANGLE, run.outside[i].image->texture());
+                if (nearest != 0)
+                    glBindSampler(static_cast<GLuint>(i), nearest);
                 glUniform1i(program->uniformLocation("lm_outside" + std::to_string(i)), static_cast<GLint>(i));
             }
             auto tableUnit = static_cast<GLint>(run.outside.size());
@@ -446,6 +449,9 @@ std::shared_ptr<LMImage> LMFusedRun::draw(LMFilter& root, const std::shared_ptr<
             const std::array<GLfloat, 9> identity = {1, 0, 0, 0, 1, 0, 0, 0, 1};
             glUniformMatrix3fv(program->uniformLocation("lm_inputTransform"), 1, GL_FALSE, identity.data());
             glDrawArrays(GL_TRIANGLE_STRIP, 0, 4);
+            if (nearest != 0)
+                for (size_t i = 0; i < run.outside.size(); ++i)
+                    glBindSampler(static_cast<GLuint>(i), 0);
         });
     });
 

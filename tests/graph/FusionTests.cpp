@@ -265,6 +265,16 @@ TEST_F(Fusion, AnOutsideInputSmallerThanTheRunReadsItsEdges)
     auto fader = LMFilterFader::filterWithInput(LMFilterInvert::filterWithInput(crop));
     fader->setControl(0.6);
     EXPECT_TRUE(within2(drawn(fader, true), drawn(fader, false)));
+    // The run reads through a sampler of its own, bound only for its draw.
+    fader->drawWithContext(context);
+    context->executeOpenGL([] {
+        GLint active = 0, sampler = -1;
+        glGetIntegerv(GL_ACTIVE_TEXTURE, &active);
+        glActiveTexture(GL_TEXTURE0);
+        glGetIntegerv(GL_SAMPLER_BINDING, &sampler);
+        glActiveTexture(GLenum(active));
+        EXPECT_EQ(sampler, 0);
+    });
 }
 
 // The rounding between members moves past filters that pick among their
